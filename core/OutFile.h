@@ -1,0 +1,75 @@
+// OutFile: the buffered output stream every writer pushes bytes through.
+//
+// OutFile owns a write buffer over a descriptor and the file position at which
+// that buffer will land, so a writer can seek back and patch a length it
+// learns late. Failures are thrown as OUTFILEERROR values at flush time: no
+// space is DiskFull, any other failed or short write WriteFailed, a seek or
+// position query that fails SeekFailed. Writers throw OUTFILEERROR::Cancelled
+// themselves when their ProgressCallback asks them to stop.
+//
+// OutFile does not decide where a file is created; SafeOutFile does.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "core/ByteOrder.h"
+
+namespace vivark {
+
+class OutFile {
+  public:
+    static constexpr size_t kDefaultBufferSize = 32768;
+
+    explicit OutFile(size_t bufferSize = kDefaultBufferSize);
+    // Closes an owned descriptor. Unflushed bytes are dropped: a writer that
+    // failed leaves its file to the caller.
+    ~OutFile();
+    OutFile(const OutFile&) = delete;
+    OutFile& operator=(const OutFile&) = delete;
+
+    // Attaches a descriptor opened for writing; `owns` makes close() and the
+    // destructor close it. Throws OUTFILEERROR::SeekFailed when its position
+    // cannot be read.
+    void attach(int handle, bool owns = true);
+
+    void write(const void* data, size_t count);
+    void writeByte(uint8_t value) {
+        if (current_ == limit_) flush();
+        *current_++ = value;
+    }
+    void writeLE16(uint16_t v) { writeValue<2>(v, storeLE16); }
+    void writeBE16(uint16_t v) { writeValue<2>(v, storeBE16); }
+    void writeLE32(uint32_t v) { writeValue<4>(v, storeLE32); }
+    void writeBE32(uint32_t v) { writeValue<4>(v, storeBE32); }
+
+    // Writes the buffered bytes at the file position.
+    void flush();
+    // The position the next byte goes to.
+    int64_t tell() const { return position_ + (current_ - buffer_.get()); }
+    // Flushes, then moves to an absolute position (for patching).
+    void seek(int64_t position);
+    // Flushes and closes an owned descriptor.
+    void close();
+
+    int handle() const { return handle_; }
+
+  private:
+    template <size_t N, class Value, class Store>
+    void writeValue(Value v, Store store) {
+        if (static_cast<size_t>(limit_ - current_) < N) flush();
+        store(current_, v);
+        current_ += N;
+    }
+
+    int64_t position_ = 0;  // file position of the buffer's first byte
+    std::unique_ptr<uint8_t[]> buffer_;
+    size_t bufferSize_;
+    uint8_t* current_;
+    uint8_t* limit_;
+    int handle_ = -1;
+    bool ownsHandle_ = false;
+};
+
+}  // namespace vivark

@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Configures and builds one variant of Vivark.
+#   scripts/build.sh release    optimised build with tests and benchmarks (build/release)
+#   scripts/build.sh sanitize   AddressSanitizer + UndefinedBehaviorSanitizer (build/sanitize)
+#   scripts/build.sh fuzz       libFuzzer harnesses, built with clang (build/fuzz)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+variant=${1:-release}
+jobs=${VIVARK_JOBS:-$(nproc)}
+case "$variant" in
+  release)
+    cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVIVARK_BENCH=ON ;;
+  sanitize)
+    cmake -S . -B build/sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVIVARK_SANITIZE=ON ;;
+  fuzz)
+    cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DCMAKE_CXX_COMPILER=clang++ -DVIVARK_FUZZ=ON -DVIVARK_TESTS=OFF ;;
+  *)
+    echo "usage: scripts/build.sh release|sanitize|fuzz" >&2; exit 2 ;;
+esac
+cmake --build "build/$variant" -j "$jobs"

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Runs every libFuzzer harness of build/fuzz for a number of seconds each,
+# starting from its seed corpus in fuzz/corpus/NAME and replaying the saved
+# crash inputs in fuzz/crash/NAME first. New findings land in build/fuzz/findings.
+#   scripts/fuzz.sh [SECONDS]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+seconds=${1:-20}
+[[ "$seconds" == 0 ]] && { echo "fuzz: skipped"; exit 0; }
+mkdir -p build/fuzz/findings
+status=0
+for harness in build/fuzz/fuzz/*Fuzz; do
+  [[ -x "$harness" ]] || continue
+  name=$(basename "$harness")
+  corpus=build/fuzz/corpus/$name
+  mkdir -p "$corpus"
+  seeds=fuzz/corpus/$name
+  crashes=fuzz/crash/$name
+  if [[ -d "$crashes" ]] && compgen -G "$crashes/*" > /dev/null; then
+    "$harness" -runs=0 "$crashes"/* > /dev/null 2>&1 || { echo "fuzz: $name fails on a saved crash"; status=1; }
+  fi
+  args=(-max_total_time="$seconds" -rss_limit_mb=2048 -max_len=65536 -print_final_stats=1
+        -artifact_prefix=build/fuzz/findings/"$name"- "$corpus")
+  [[ -d "$seeds" ]] && args+=("$seeds")
+  echo "fuzz: $name for ${seconds}s"
+  "$harness" "${args[@]}" 2>&1 | grep -E '^(stat::number_of_executed_runs|==[0-9]+==ERROR|SUMMARY)' || true
+  if compgen -G "build/fuzz/findings/$name-*" > /dev/null; then
+    echo "fuzz: $name found a failing input:"; ls build/fuzz/findings/"$name"-*; status=1
+  fi
+done
+exit $status

