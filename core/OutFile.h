@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "core/ByteOrder.h"
 
@@ -43,6 +44,14 @@ class OutFile {
     void writeBE16(uint16_t v) { writeValue<2>(v, storeBE16); }
     void writeLE32(uint32_t v) { writeValue<4>(v, storeLE32); }
     void writeBE32(uint32_t v) { writeValue<4>(v, storeBE32); }
+
+    // The free part of the buffer, for encoders that write in place (flushing
+    // first when it is full); advance() then counts the bytes written there.
+    std::span<uint8_t> space() {
+        if (current_ == limit_) flush();
+        return {current_, static_cast<size_t>(limit_ - current_)};
+    }
+    void advance(size_t count) { current_ += count; }
 
     // Writes the buffered bytes at the file position.
     void flush();
