@@ -10,8 +10,7 @@ seconds=${1:-20}
 [[ "$seconds" == 0 ]] && { echo "fuzz: skipped"; exit 0; }
 mkdir -p build/fuzz/findings
 status=0
-for harness in build/fuzz/fuzz/*Fuzz; do
-  [[ -x "$harness" ]] || continue
+while IFS= read -r harness; do
   name=$(basename "$harness")
   corpus=build/fuzz/corpus/$name
   mkdir -p "$corpus"
@@ -24,9 +23,9 @@ for harness in build/fuzz/fuzz/*Fuzz; do
         -artifact_prefix=build/fuzz/findings/"$name"- "$corpus")
   [[ -d "$seeds" ]] && args+=("$seeds")
   echo "fuzz: $name for ${seconds}s"
-  "$harness" "${args[@]}" 2>&1 | grep -E '^(stat::number_of_executed_runs|==[0-9]+==ERROR|SUMMARY)' || true
+  "$harness" "${args[@]}" 2>&1 | grep -E '^(stat::number_of_executed_units|stat::average_exec_per_sec|==[0-9]+==ERROR|SUMMARY)' || true
   if compgen -G "build/fuzz/findings/$name-*" > /dev/null; then
     echo "fuzz: $name found a failing input:"; ls build/fuzz/findings/"$name"-*; status=1
   fi
-done
+done < <(find build/fuzz/fuzz -type f -executable -name '*Fuzz' | sort)
 exit $status
