@@ -64,6 +64,8 @@ constinit BoolSetting viewZoomLock{"View\\ZoomLock", false};
 constinit BoolSetting fullscreenFitImage{"Fullscreen\\FitImage", true};
 constinit BoolSetting fullscreenCenterImage{"Fullscreen\\CenterImage", true};
 constinit IntSetting fullscreenFitMode{"Fullscreen\\FitMode", 2};
+// This one key is spelled "FullScreen"; the store ignores case, so it shares the
+// subkey of the other "Fullscreen" values.
 constinit BoolSetting fullscreenShowPointer{"FullScreen\\ShowPointer", false};
 
 // Window placement
@@ -133,6 +135,7 @@ constinit TextSetting filterSelectedFilter{"Filter\\SelectedFilter", ""};
 constinit TextSetting filterSizeAndPosition{"Filter\\SizeAndPosition", ""};
 
 // Batch conversion
+// A format tag: "BMP " read as a little-endian 32-bit value, 0x20504D42.
 constinit IntSetting converterFileType{"FileConverter\\FileType", makeTag("BMP "),
                                        IntegerFormat::Tag};
 constinit BoolSetting converterDeleteOriginal{"FileConverter\\DeleteOriginal", false};
