@@ -5,7 +5,9 @@
 // ("Interlace") in the active SettingsStore; a path without a backslash names
 // a value of the root. The four kinds and their stored forms:
 //   BoolSetting   32-bit value, 0 or 1 (any non-zero value reads as true)
-//   IntSetting    32-bit value (also enumerations, format tags and colours)
+//   IntSetting    32-bit value (also enumerations, format tags and colours),
+//                 held unsigned; one that means a signed number, such as a
+//                 window position, is read through static_cast<int32_t>
 //   RealSetting   8 raw bytes, an IEEE double in little-endian order
 //   TextSetting   string, its terminating zero counted
 //

@@ -239,13 +239,26 @@ std::optional<StoredValue> TextFileStore::read(std::string_view subkey, std::str
     return tree_.find(subkey, name);
 }
 
+// When the file as it stands already holds what a write or a removal asks
+// for, it is left alone: no lock, no rewrite, and no directory is created
+// just to remove what was never stored.
 bool TextFileStore::write(std::string_view subkey, std::string_view name,
                           const StoredValue& value) {
     if (!isWritableSubkey(subkey)) return false;
+    {
+        std::lock_guard lock(mutex_);
+        refreshLocked();
+        if (tree_.find(subkey, name) == value) return true;
+    }
     return modify([&](SettingsTree& tree) { return tree.set(subkey, name, value); });
 }
 
 bool TextFileStore::remove(std::string_view subkey, std::string_view name) {
+    {
+        std::lock_guard lock(mutex_);
+        refreshLocked();
+        if (!tree_.find(subkey, name)) return true;
+    }
     return modify([&](SettingsTree& tree) { return tree.erase(subkey, name); });
 }
 
