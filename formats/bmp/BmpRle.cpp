@@ -3,10 +3,10 @@
 // Decoding fills one row of indices at a time and stores it packed into the
 // image. Pixels that a delta skips stay index 0. A run or an absolute span
 // that passes the end of a row, a delta that leaves the image, or pixel data
-// after the last row is refused with BMPERROR::DataOverrun; the one allowance
-// is an RLE4 run padded to an even pixel count, whose extra nibble is
-// dropped. Data that ends after the last row without an end-of-bitmap code is
-// accepted.
+// after the last row is refused with BMPERROR::DataOverrun. Pixels that fall
+// in a row's padding (as stored uncompressed: some encoders pad runs to an
+// even or four-byte count) are dropped. Data that ends after the last row without an end-of-bitmap
+// code is accepted.
 //
 // Encoding writes runs of two or more equal pixels as encoded runs and other
 // spans as absolute runs (three pixels or more; shorter ones as runs of one),
@@ -30,7 +30,7 @@ class RleDecoder {
           image_(image),
           options_(options),
           bits_(h.compression == kRle8 ? 8 : 4),
-          paddedWidth_(bits_ == 4 ? h.width + (h.width & 1) : h.width),
+          paddedWidth_(static_cast<uint32_t>(storedRowBytes(h.width, bits_) * 8 / bits_)),
           indices_(h.width, 0) {}
 
     void run() {
