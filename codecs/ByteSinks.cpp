@@ -20,7 +20,9 @@ void OutFileSink::flush() {
     begin();
 }
 
-void OutFileSink::finish() { release(); }
+void OutFileSink::finish() {
+    release();
+}
 
 void MemorySink::begin() {
     used_ = out_.size();
@@ -43,6 +45,8 @@ void MemorySink::flush() {
     begin();
 }
 
-void MemorySink::finish() { release(); }
+void MemorySink::finish() {
+    release();
+}
 
 }  // namespace vivark

@@ -11,7 +11,7 @@
 namespace vivark {
 
 class OutFileSink final : public ByteSink {
-public:
+  public:
     explicit OutFileSink(OutFile& file) : file_(file) {}
 
     void begin() override;
@@ -19,7 +19,7 @@ public:
     // Hands the written bytes to the file (which still buffers them).
     void finish() override;
 
-private:
+  private:
     void release();
 
     OutFile& file_;
@@ -28,14 +28,14 @@ private:
 
 // Appends to a vector, which grows as needed (the sink, not the codec, allocates).
 class MemorySink final : public ByteSink {
-public:
+  public:
     explicit MemorySink(std::vector<uint8_t>& out) : out_(out) {}
 
     void begin() override;
     void flush() override;
     void finish() override;
 
-private:
+  private:
     void release();
 
     std::vector<uint8_t>& out_;

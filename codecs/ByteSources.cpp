@@ -26,7 +26,9 @@ void InFileSource::refill() {
     begin();
 }
 
-void InFileRangeSource::begin() { cursor = end = nullptr; }
+void InFileRangeSource::begin() {
+    cursor = end = nullptr;
+}
 
 void InFileRangeSource::release() {
     if (cursor == nullptr) return;

@@ -17,7 +17,7 @@ namespace vivark {
 
 // Everything from the file's current position on.
 class InFileSource final : public ByteSource {
-public:
+  public:
     explicit InFileSource(InFile& file) : file_(file) {}
     ~InFileSource() override { release(); }
 
@@ -25,7 +25,7 @@ public:
     void finish() override { release(); }
     void refill() override;
 
-private:
+  private:
     // Tells the file how much of its window was consumed.
     void release();
 
@@ -35,7 +35,7 @@ private:
 // At most `length` bytes from the position at begin(); reading past them throws
 // INFILEERROR::UnexpectedEnd even when the file goes on.
 class InFileRangeSource final : public ByteSource {
-public:
+  public:
     InFileRangeSource(InFile& file, uint64_t length) : file_(file), remaining_(length) {}
     ~InFileRangeSource() override { release(); }
 
@@ -46,7 +46,7 @@ public:
     // Bytes of the range not yet handed out.
     uint64_t remaining() const { return remaining_ + available(); }
 
-private:
+  private:
     void release();
 
     InFile& file_;
@@ -55,13 +55,13 @@ private:
 
 // A block of memory, handed out whole.
 class MemorySource final : public ByteSource {
-public:
+  public:
     explicit MemorySource(std::span<const uint8_t> data) : data_(data) {}
 
     void begin() override;
     void refill() override;
 
-private:
+  private:
     std::span<const uint8_t> data_;
     bool handedOut_ = false;
 };

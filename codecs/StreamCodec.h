@@ -25,7 +25,7 @@
 namespace vivark {
 
 class ByteSource {
-public:
+  public:
     virtual ~ByteSource() = default;
 
     // Called when a decoder attaches, and when reading is over.
@@ -65,7 +65,7 @@ public:
 };
 
 class ByteSink {
-public:
+  public:
     virtual ~ByteSink() = default;
 
     virtual void begin() {}
@@ -95,7 +95,7 @@ public:
 };
 
 class StreamDecoder {
-public:
+  public:
     virtual ~StreamDecoder() = default;
 
     // Stores the source and tells it to begin.
@@ -115,12 +115,12 @@ public:
 
     ByteSource* source() const { return source_; }
 
-protected:
+  protected:
     ByteSource* source_ = nullptr;
 };
 
 class StreamEncoder {
-public:
+  public:
     virtual ~StreamEncoder() = default;
 
     // Stores the sink and tells it to begin.
@@ -141,7 +141,7 @@ public:
 
     ByteSink* sink() const { return sink_; }
 
-protected:
+  protected:
     ByteSink* sink_ = nullptr;
 };
 

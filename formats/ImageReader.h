@@ -28,7 +28,7 @@ struct ReadOptions {
 };
 
 class ImageReader {
-public:
+  public:
     explicit ImageReader(InFile& file) : file_(&file) {}
     virtual ~ImageReader() = default;
     ImageReader(const ImageReader&) = delete;
@@ -37,7 +37,7 @@ public:
     // Reads the image at the file's origin into `image`.
     virtual void read(Image& image, const ReadOptions& options) = 0;
 
-protected:
+  protected:
     InFile* file_;
 };
 
