@@ -4,8 +4,13 @@
 
 namespace vivark::cli {
 
+void registerSettings(CLI::App&, CommandContext&,
+                      std::vector<std::pair<CLI::App*, CommandAction>>&);
+
 const std::vector<CommandRegistration>& commandRegistry() {
-    static const std::vector<CommandRegistration> registry = {};
+    static const std::vector<CommandRegistration> registry = {
+        registerSettings,
+    };
     return registry;
 }
 

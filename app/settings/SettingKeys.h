@@ -1,0 +1,270 @@
+// Every persistent option of the system, one global Setting per key, and the
+// list of them all.
+//
+// Code reads and writes an option through its global, for example
+// settings::saveGifInterlace.get(). The key paths, kinds and defaults are
+// fixed here and nowhere else; the definitions (SettingKeys.cpp) say which
+// defaults are choices of this system. Integer settings hold 32-bit values;
+// enumerations hold the index of the choice in the dialog that sets them
+// unless the component that reads them gives their values.
+//
+// The per-printer values ("Print\\Printers\\NAME\\LeftMargin" and the rest)
+// depend on a printer's name and so are not globals here.
+#pragma once
+
+#include <span>
+#include <string_view>
+#include <variant>
+
+#include "app/settings/Setting.h"
+
+namespace vivark::settings {
+
+// Window and viewer
+extern IntSetting windowBackgroundColor;
+extern BoolSetting windowShowBorders;
+extern TextSetting windowSizeAndPosition;
+extern BoolSetting titleBarVisible;
+extern BoolSetting menuBarVisible;
+extern BoolSetting statusBarVisible;
+extern TextSetting statusBarFont;
+extern BoolSetting scrollBarsVisible;
+extern BoolSetting toolBarVisible;
+extern IntSetting toolBarActiveTool;
+extern BoolSetting imageInfoVisible;
+extern BoolSetting trackInfoVisible;
+extern IntSetting trackLeft;
+extern IntSetting trackTop;
+extern IntSetting trackWidth;
+extern IntSetting trackHeight;
+extern BoolSetting editMode;
+extern BoolSetting undoEnabled;
+extern BoolSetting dynamicIcon;
+extern BoolSetting mouseWheelBrowse;
+extern BoolSetting immediateDelete;
+extern BoolSetting useWpsFileOps;
+extern IntSetting defaultDropEffect;
+
+// View and full screen
+extern BoolSetting viewCenterImage;
+extern BoolSetting viewFitImage;
+extern IntSetting viewFitMode;
+extern BoolSetting viewZoomLock;
+extern BoolSetting fullscreenFitImage;
+extern BoolSetting fullscreenCenterImage;
+extern IntSetting fullscreenFitMode;
+extern BoolSetting fullscreenShowPointer;
+
+// Window placement
+extern IntSetting posCtrlMode;
+extern BoolSetting posCtrlAutosizeOnLoad;
+extern BoolSetting posCtrlAutosizeOnEdit;
+extern BoolSetting posCtrlExpandToDesktop;
+extern BoolSetting posCtrlIgnoreTaskbar;
+extern BoolSetting posCtrlAllowBorderEx;
+
+// Display
+extern BoolSetting displayResamplePixels;
+extern IntSetting displayResampleMethod;
+extern BoolSetting displayAdjustGamma;
+extern RealSetting displayGamma;
+extern BoolSetting displaySmoothScroll;
+extern BoolSetting displayScrollAccel;
+extern IntSetting displayScrollLatency;
+extern IntSetting displayScrollSpeed;
+extern BoolSetting paletteManager;
+extern BoolSetting paletteOverrideSysColors;
+extern BoolSetting paletteChangeClearsWindow;
+extern BoolSetting countDeepColors;
+
+// Loading
+extern IntSetting loadingStartupMode;
+extern IntSetting loadingWildcardBehavior;
+extern BoolSetting loadingProgressive;
+extern BoolSetting loadingAnimate;
+extern BoolSetting loadingBeepOnError;
+extern BoolSetting loadingLoadNextOnDelete;
+extern IntSetting photoCdResolution;
+extern BoolSetting photoCdAskForResolution;
+extern BoolSetting fileOpenAutoChangeDir;
+extern BoolSetting fileSaveAutoChangeDir;
+extern TextSetting fileOpenState;
+extern TextSetting fileSaveState;
+
+// Directory sequencing
+extern IntSetting sequencerSequence;
+extern BoolSetting sequencerRefresh;
+extern BoolSetting sequencerPreload;
+extern BoolSetting sequencerWrap;
+
+// Colour reduction for display
+extern IntSetting ditherPalettePaletteType;
+extern IntSetting ditherPaletteDitherType;
+extern IntSetting dither16PaletteType;
+extern IntSetting dither16DitherType;
+extern IntSetting dither256PaletteType;
+extern IntSetting dither256DitherType;
+
+// Geometry
+extern IntSetting resizeMode;
+extern BoolSetting resizeLetterBox;
+extern BoolSetting resizeProportional;
+extern BoolSetting resizeResample;
+extern IntSetting resolutionMode;
+extern BoolSetting resolutionProportional;
+extern BoolSetting rotateResample;
+
+// Colour adjustment and filter dialogs (window placement and last choice)
+extern TextSetting bccPosition;
+extern TextSetting rgbPosition;
+extern TextSetting solarizePosition;
+extern TextSetting filterSelectedFilter;
+extern TextSetting filterSizeAndPosition;
+
+// Batch conversion
+extern IntSetting converterFileType;
+extern BoolSetting converterDeleteOriginal;
+extern TextSetting converterSelectedScript;
+extern TextSetting converterMruDirectoryList;
+extern BoolSetting converterUseOriginalDir;
+extern IntSetting moverActionIfExists;
+extern BoolSetting moverSkipIfIdentical;
+
+// Save options: bitmaps, icons, cursors and pointers
+extern BoolSetting saveBmpEncode;
+extern IntSetting saveOs2BmpFormat;
+extern BoolSetting saveOs2BmpEncode;
+extern IntSetting saveIconSize;
+extern IntSetting saveIconColorType;
+extern BoolSetting saveIconTransparent;
+extern IntSetting saveCursorSize;
+extern IntSetting saveCursorColorType;
+extern BoolSetting saveCursorTransparent;
+extern IntSetting saveOs2IconSize;
+extern IntSetting saveOs2IconColorType;
+extern BoolSetting saveOs2IconTransparent;
+extern IntSetting saveOs2IconFormat;
+extern BoolSetting saveOs2IconEncode;
+extern IntSetting saveOs2PointerSize;
+extern IntSetting saveOs2PointerColorType;
+extern BoolSetting saveOs2PointerTransparent;
+extern IntSetting saveOs2PointerFormat;
+extern BoolSetting saveOs2PointerEncode;
+
+// Save options: GIF
+extern BoolSetting saveGifGif89a;
+extern BoolSetting saveGifInterlace;
+extern BoolSetting saveGifTransparent;
+extern IntSetting saveGifTransparentIndex;
+extern BoolSetting saveGifBackground;
+extern IntSetting saveGifBackgroundIndex;
+
+// Save options: IFF, JFIF, OS/2 boot logo, PCX, Pictor, Softimage
+extern BoolSetting saveIffEncode;
+extern IntSetting saveJfifQuality;
+extern IntSetting saveJfifSmooth;
+extern BoolSetting saveJfifEntropy;
+extern BoolSetting saveJfifProgressive;
+extern BoolSetting saveJfifExif;
+extern BoolSetting saveBootLogoWarp4;
+extern BoolSetting saveBootLogoOptimize;
+extern BoolSetting saveBootLogoDither;
+extern BoolSetting savePcxEnable24bit;
+extern BoolSetting savePictorEgaPalette;
+extern BoolSetting saveSoftimageEncode;
+
+// Save options: PNG
+extern BoolSetting savePngInterlace;
+extern BoolSetting savePngHistogram;
+extern BoolSetting savePngTime;
+extern BoolSetting savePngTransparent;
+extern IntSetting savePngTransparentIndex;
+extern IntSetting savePngTransparentColor;
+extern BoolSetting savePngBackground;
+extern IntSetting savePngBackgroundIndex;
+extern IntSetting savePngBackgroundColor;
+
+// Save options: PBMPlus (raw, binary data unless off)
+extern BoolSetting savePbmRawData;
+extern BoolSetting savePgmRawData;
+extern BoolSetting savePpmRawData;
+extern BoolSetting savePnmRawData;
+
+// Save options: PSD, Sun raster, SGI, Targa
+extern BoolSetting savePsdEncode;
+extern BoolSetting saveRasEncode;
+extern BoolSetting saveSgiEncode;
+extern BoolSetting saveTgaEncode;
+extern BoolSetting saveTgaBottomToTop;
+extern BoolSetting saveTgaRightToLeft;
+extern IntSetting saveTgaInterlaceType;
+
+// Save options: TIFF and XPM
+extern BoolSetting saveTiffByteOrder;
+extern IntSetting saveTiffStripSize;
+extern IntSetting saveTiffCompressionBlackWhite;
+extern IntSetting saveTiffCompressionColor;
+extern IntSetting saveTiffPhotometric;
+extern IntSetting saveTiffPredictor;
+extern IntSetting saveTiffT4Options;
+extern IntSetting saveTiffT6Options;
+extern IntSetting saveXpmType;
+
+// Printing
+extern IntSetting printUnit;
+extern IntSetting printScaleMode;
+extern BoolSetting printCenterImage;
+extern IntSetting printOrientation;
+extern IntSetting printCustomSize;
+extern BoolSetting printDefaultToOneCopy;
+extern TextSetting printPrinterName;
+
+// Slideshow
+extern BoolSetting slideshowFullScreen;
+extern BoolSetting slideshowContinuousRun;
+extern BoolSetting slideshowShowControl;
+extern BoolSetting slideshowSwapButtons;
+extern BoolSetting slideshowAutoScramble;
+extern BoolSetting slideshowAutoStart;
+extern BoolSetting slideshowCopyAll;
+extern BoolSetting slideshowCopyUseTimer;
+extern BoolSetting slideshowCopyDspTime;
+extern BoolSetting slideshowCopyDspNotes;
+extern BoolSetting slideshowCopyNoteText;
+extern IntSetting slideshowDefaultDspTime;
+extern BoolSetting slideshowDefaultUseTimer;
+extern BoolSetting slideshowDefaultDspNotes;
+
+// Scanning and capture
+extern BoolSetting twainImageMemXfer;
+extern BoolSetting twainFloatOnTop;
+extern BoolSetting twainCloseUi;
+extern BoolSetting twainUnloadLibrary;
+extern IntSetting captureMethod;
+extern IntSetting captureDelay;
+extern IntSetting captureHotKey;
+extern BoolSetting captureIncludePointer;
+extern BoolSetting captureHideWindows;
+
+// Miscellaneous
+extern IntSetting thumbnailSize;
+extern IntSetting tipOfDayShowTips;
+extern IntSetting tipOfDayTip;
+extern BoolSetting confirmDelete;
+extern BoolSetting confirmImage;
+extern BoolSetting confirmSlideshow;
+extern BoolSetting confirmConvert;
+extern BoolSetting priorityIdleTime;
+// One entry of the list of all settings.
+using SettingRef = std::variant<BoolSetting*, IntSetting*, RealSetting*, TextSetting*>;
+
+// Every setting above, in the order of this file.
+std::span<const SettingRef> allSettings();
+
+// The setting whose key path is `key`, ignoring ASCII case as the store does;
+// nullptr when there is none.
+const SettingRef* findSetting(std::string_view key);
+
+std::string_view settingKey(const SettingRef& setting);
+
+}  // namespace vivark::settings

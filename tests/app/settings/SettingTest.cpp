@@ -1,0 +1,191 @@
+// Setting over an in-memory store: lazy reads, write-through, delete on
+// default, values of the wrong type or size, unwritable stores, threads.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "app/settings/SettingKeys.h"
+#include "app/settings/SettingText.h"
+#include "tests/app/settings/SettingsFixture.h"
+
+namespace vivark::settings {
+namespace {
+
+using test::dword;
+using test::raw;
+using test::text;
+
+// No test may reach the user's own settings: before any test runs, the
+// active store is an in-memory one.
+class IsolatedSettings : public ::testing::Environment {
+  public:
+    void SetUp() override { setSettingsStore(std::make_shared<MemoryStore>()); }
+};
+[[maybe_unused]] const auto* const kIsolated =
+    ::testing::AddGlobalTestEnvironment(new IsolatedSettings);
+
+using SettingTest = test::SettingsTest;
+
+const SettingRef& settingFor(std::string_view key) {
+    const SettingRef* setting = findSetting(key);
+    EXPECT_NE(setting, nullptr) << key;
+    return *setting;
+}
+
+struct StoredFormCase {
+    const char* key;
+    const char* subkey;
+    const char* name;
+    const char* value;  // not the default
+    StoredValue stored;
+};
+
+TEST_F(SettingTest, StoresOnlyValuesThatDifferFromTheDefault) {
+    const StoredFormCase cases[] = {
+        {"SaveOptions\\GIF\\Interlace", "SaveOptions\\GIF", "Interlace", "yes", dword(1)},
+        {"SaveOptions\\TIFF\\Compression\\Color", "SaveOptions\\TIFF\\Compression", "Color", "5",
+         dword(5)},
+        {"EditMode", "", "EditMode", "1", dword(1)},
+        {"FileConverter\\FileType", "FileConverter", "FileType", "PNG ",
+         raw(kTypeDword, {'P', 'N', 'G', ' '})},
+        {"Window\\BackgroundColor", "Window", "BackgroundColor", "#102030", dword(0x102030)},
+        // 2.5 is 0x4004000000000000.
+        {"Display\\Gamma", "Display", "Gamma", "2.5",
+         raw(kTypeBinary, {0, 0, 0, 0, 0, 0, 4, 0x40})},
+        {"FileConverter\\SelectedScript", "FileConverter", "SelectedScript", "a.vvs",
+         raw(kTypeString, {'a', '.', 'v', 'v', 's', 0})},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.key);
+        const SettingRef& setting = settingFor(c.key);
+        std::string defaultForm = defaultText(setting);
+
+        ASSERT_EQ(setFromText(setting, c.value), SetFromText::Stored);
+        EXPECT_EQ(store_->read(c.subkey, c.name), c.stored);
+
+        ASSERT_EQ(setFromText(setting, defaultForm), SetFromText::Stored);
+        EXPECT_EQ(store_->read(c.subkey, c.name), std::nullopt);
+        setSettingsStore(store_);  // drop the caches: the next read is from the store
+        EXPECT_EQ(currentText(setting), defaultForm);
+    }
+    EXPECT_TRUE(store_->contents().empty());
+}
+
+TEST_F(SettingTest, GammaOfOneIsDeletedAndAnyOtherIsEightBytes) {
+    for (double gamma : {2.2, 0.45, -1.0, 1.0 + 1e-15}) {
+        ASSERT_TRUE(displayGamma.set(gamma));
+        auto stored = store_->read("Display", "Gamma");
+        ASSERT_TRUE(stored.has_value());
+        EXPECT_EQ(stored->type, kTypeBinary);
+        EXPECT_EQ(stored->bytes.size(), 8u);
+        setSettingsStore(store_);
+        EXPECT_EQ(displayGamma.get(), gamma);
+    }
+    ASSERT_TRUE(displayGamma.set(1.0));
+    EXPECT_FALSE(store_->read("Display", "Gamma").has_value());
+}
+
+struct WrongFormCase {
+    const char* key;
+    StoredValue stored;
+};
+
+TEST_F(SettingTest, WrongTypeOrSizeIsIgnoredAndLeftUntilTheSettingChanges) {
+    const WrongFormCase cases[] = {
+        {"SaveOptions\\GIF\\Interlace", text("1")},
+        {"SaveOptions\\GIF\\Interlace", raw(kTypeDword, {1, 0})},
+        {"SaveOptions\\GIF\\Interlace", raw(kTypeBinary, {1, 0, 0, 0})},
+        {"SaveOptions\\TIFF\\Compression\\Color", raw(kTypeDword, {5, 0, 0, 0, 0})},
+        {"Display\\Gamma", dword(2)},
+        {"Display\\Gamma", raw(kTypeBinary, {0, 0, 0, 0, 0, 0, 4})},
+        {"Display\\Gamma", raw(kTypeString, {0, 0, 0, 0, 0, 0, 4, 0x40})},
+        {"FileConverter\\SelectedScript", dword(7)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.key);
+        const SettingRef& setting = settingFor(c.key);
+        auto [subkey, name] =
+            std::visit([](const auto* s) { return std::pair(s->subkey(), s->name()); }, setting);
+        ASSERT_TRUE(store_->write(subkey, name, c.stored));
+        setSettingsStore(store_);
+
+        EXPECT_EQ(currentText(setting), defaultText(setting));
+        // Setting the value it already has writes nothing: the stray value stays.
+        ASSERT_EQ(setFromText(setting, defaultText(setting)), SetFromText::Stored);
+        EXPECT_EQ(store_->read(subkey, name), c.stored);
+
+        // A real change replaces it, and going back to the default removes it.
+        std::string other = std::visit(
+            [](const auto* s) -> std::string {
+                if (s->kind() == SettingKind::Boolean) return "yes";
+                if (s->kind() == SettingKind::Real) return "3";
+                return "9";
+            },
+            setting);
+        ASSERT_EQ(setFromText(setting, other), SetFromText::Stored);
+        EXPECT_NE(store_->read(subkey, name), c.stored);
+        ASSERT_EQ(setFromText(setting, defaultText(setting)), SetFromText::Stored);
+        EXPECT_FALSE(store_->read(subkey, name).has_value());
+    }
+}
+
+TEST_F(SettingTest, ResetRemovesEvenAValueOfTheWrongType) {
+    ASSERT_TRUE(store_->write("SaveOptions\\GIF", "Interlace", text("yes")));
+    EXPECT_FALSE(saveGifInterlace.get());
+    EXPECT_TRUE(saveGifInterlace.reset());
+    EXPECT_TRUE(store_->contents().empty());
+}
+
+TEST_F(SettingTest, ReadsOnceAndNeverWritesOnARead) {
+    ASSERT_TRUE(store_->write("SaveOptions\\JFIF", "Quality", dword(90)));
+    int changes = store_->changeCount();
+    EXPECT_EQ(saveJfifQuality.get(), 90u);
+
+    // Changed behind the setting's back: the cache still holds.
+    ASSERT_TRUE(store_->write("SaveOptions\\JFIF", "Quality", dword(50)));
+    EXPECT_EQ(saveJfifQuality.get(), 90u);
+    for (const SettingRef& setting : allSettings()) currentText(setting);
+    EXPECT_EQ(store_->changeCount(), changes + 1);
+
+    setSettingsStore(store_);
+    EXPECT_EQ(saveJfifQuality.get(), 50u);
+}
+
+TEST_F(SettingTest, WriteEqualToTheCacheDoesNothing) {
+    ASSERT_TRUE(store_->write("SaveOptions\\JFIF", "Quality", dword(90)));
+    EXPECT_EQ(saveJfifQuality.get(), 90u);
+    ASSERT_TRUE(store_->remove("SaveOptions\\JFIF", "Quality"));
+    int changes = store_->changeCount();
+    EXPECT_TRUE(saveJfifQuality.set(90));
+    EXPECT_EQ(store_->changeCount(), changes);
+    EXPECT_FALSE(store_->read("SaveOptions\\JFIF", "Quality").has_value());
+}
+
+TEST_F(SettingTest, UnwritableStoreKeepsTheNewValueForTheProcess) {
+    store_->setReadOnly(true);
+    EXPECT_FALSE(saveGifInterlace.set(true));
+    EXPECT_FALSE(converterSelectedScript.set("night.vvs"));
+    EXPECT_TRUE(saveGifInterlace.get());
+    EXPECT_EQ(converterSelectedScript.get(), "night.vvs");
+    EXPECT_TRUE(store_->contents().empty());
+}
+
+TEST_F(SettingTest, ThreadsReadingAndWritingAgreeWithTheStore) {
+    IntSetting* counters[] = {&trackLeft, &trackTop, &trackWidth, &trackHeight};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([t, &counters] {
+            for (uint32_t i = 1; i <= 200; ++i) {
+                if (t < 4) counters[t]->set(1000 * (t + 1) + i);
+                for (IntSetting* other : counters) other->get();
+                saveGifInterlace.get();
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    setSettingsStore(store_);
+    for (uint32_t t = 0; t < 4; ++t) EXPECT_EQ(counters[t]->get(), 1000 * (t + 1) + 200);
+}
+
+}  // namespace
+}  // namespace vivark::settings

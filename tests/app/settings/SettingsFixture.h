@@ -1,0 +1,51 @@
+// Helpers of the settings tests: a fixture that gives each test its own
+// store, and byte builders for stored values.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string_view>
+
+#include "app/settings/MemoryStore.h"
+#include "app/settings/SettingsStore.h"
+
+namespace vivark::test {
+
+// Installs `store` as the active store for the life of the object and puts
+// the previous one back afterwards.
+class ScopedSettingsStore {
+  public:
+    explicit ScopedSettingsStore(std::shared_ptr<settings::SettingsStore> store)
+        : previous_(settings::setSettingsStore(std::move(store))) {}
+    ~ScopedSettingsStore() { settings::setSettingsStore(previous_); }
+    ScopedSettingsStore(const ScopedSettingsStore&) = delete;
+    ScopedSettingsStore& operator=(const ScopedSettingsStore&) = delete;
+
+  private:
+    std::shared_ptr<settings::SettingsStore> previous_;
+};
+
+// Every test starts with an empty in-memory store.
+class SettingsTest : public ::testing::Test {
+  protected:
+    std::shared_ptr<settings::MemoryStore> store_ = std::make_shared<settings::MemoryStore>();
+    ScopedSettingsStore scoped_{store_};
+};
+
+inline settings::StoredValue dword(uint32_t v) {
+    return {settings::kTypeDword,
+            {uint8_t(v), uint8_t(v >> 8), uint8_t(v >> 16), uint8_t(v >> 24)}};
+}
+
+inline settings::StoredValue text(std::string_view s) {
+    settings::StoredValue value{settings::kTypeString, {s.begin(), s.end()}};
+    value.bytes.push_back(0);
+    return value;
+}
+
+inline settings::StoredValue raw(settings::ValueType type, std::vector<uint8_t> bytes) {
+    return {type, std::move(bytes)};
+}
+
+}  // namespace vivark::test
