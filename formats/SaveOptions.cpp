@@ -2,6 +2,9 @@
 #include "formats/SaveOptions.h"
 
 #include <charconv>
+#include <variant>
+
+#include "app/settings/SettingKeys.h"
 
 namespace vivark {
 namespace {
@@ -66,13 +69,20 @@ const SaveOptionKey* findSaveOptionKey(std::string_view key) {
     return nullptr;
 }
 
-// The switch point to the persistent settings: look the key up in the store.
 bool StoredSaveOptions::flag(std::string_view key) const {
     return integer(key) != 0;
 }
 
+// The persistent Setting of the key answers; a key the store does not know
+// (or of another kind) answers the compiled-in default.
 int32_t StoredSaveOptions::integer(std::string_view key) const {
     const SaveOptionKey* entry = findSaveOptionKey(key);
+    const std::string_view canonical = entry ? entry->key : key;
+    if (const settings::SettingRef* setting = settings::findSetting(canonical)) {
+        if (auto* b = std::get_if<settings::BoolSetting*>(setting)) return (*b)->get() ? 1 : 0;
+        if (auto* i = std::get_if<settings::IntSetting*>(setting))
+            return static_cast<int32_t>((*i)->get());
+    }
     return entry ? entry->defaultValue : 0;
 }
 

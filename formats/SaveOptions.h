@@ -48,9 +48,7 @@ std::span<const SaveOptionKey> saveOptionKeys();
 // The entry of `key`, or null when no writer reads it.
 const SaveOptionKey* findSaveOptionKey(std::string_view key);
 
-// The options as the user keeps them. Until the persistent settings store is
-// merged this answers the compiled-in defaults; it is the one place that
-// switches to looking the key up in the store.
+// The options as the user keeps them: each key's persistent Setting.
 class StoredSaveOptions final : public SaveOptions {
   public:
     bool flag(std::string_view key) const override;
