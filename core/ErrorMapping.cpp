@@ -453,6 +453,15 @@ MessageId saveMessageForCurrentException() noexcept {
         return msg::Unknown;
     } catch (FAX3WRITEERROR) {
         return msg::Unknown;
+    } catch (SAVEERROR e) {
+        switch (e) {
+            case SAVEERROR::NeedsColourReduction:
+                return msg::NeedsColourReduction;
+            case SAVEERROR::TooLargeForFormat:
+                return msg::ImageTooLarge;
+            default:
+                return msg::Unknown;
+        }
     } catch (...) {
         return loadMessageForCurrentException();
     }

@@ -237,4 +237,11 @@ enum class XWDERROR : uint32_t {
 // Writers whose failures are their own (the save path maps them).
 enum class FAX3WRITEERROR : uint32_t { Unknown = 0 };
 
+// The save path itself (formats/SaveDispatch.h): what no writer can take.
+enum class SAVEERROR : uint32_t {
+    NeedsColourReduction =
+        0,                  // more colours (or colour where grey is needed) than the format holds
+    TooLargeForFormat = 1,  // the image's size does not fit the format's fields
+};
+
 }  // namespace vivark

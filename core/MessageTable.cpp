@@ -31,6 +31,7 @@ constexpr MessageEntry kMessages[] = {
      "Unable to write file %s (Check that the file or disk is not write protected and that "
      "there is free space on the disk)"},
     {11019, "Conversion of file %s failed"},
+    {11020, "The image has more colors than the format supports; reduce the color depth first"},
     {11108, "Error reading JPEG data header"},
     {11109, "Error reading JPEG data header: Only table data expected"},
     {11110, "Not a PNG file"},

@@ -10,3 +10,12 @@ vivark=build/release/app/vivark
 
 "$vivark" --version
 "$vivark" --help
+
+out=build/examples-out
+mkdir -p "$out"
+for sample in examples/*.bmp examples/*.pgm examples/*.pbm; do
+  name=$(basename "${sample%.*}")
+  "$vivark" convert "$sample" "$out/$name.bmp"
+  "$vivark" convert "$sample" "$out/$name.pnm"
+done
+"$vivark" info "$out"/*

@@ -4,11 +4,15 @@
 
 namespace vivark::cli {
 
+void registerInfo(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
+void registerConvert(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerSettings(CLI::App&, CommandContext&,
                       std::vector<std::pair<CLI::App*, CommandAction>>&);
 
 const std::vector<CommandRegistration>& commandRegistry() {
     static const std::vector<CommandRegistration> registry = {
+        registerInfo,
+        registerConvert,
         registerSettings,
     };
     return registry;

@@ -1,0 +1,24 @@
+// The lossless depth changes the save path may make before a writer runs:
+// widening packed indices, expanding a palette image to 24 bits, and packing
+// a black-and-white palette image into one bit. None reduces colours (that is
+// colour reduction's business); each returns a new image with the source's
+// descriptive fields (resolution, tag, comment, info) and leaves the source
+// alone.
+#pragma once
+
+#include "core/Image.h"
+
+namespace vivark {
+
+// A palette image of `bits` (4 or 8, not less than the source's) bits per
+// pixel with the same palette.
+Image widenIndices(const Image& image, uint32_t bits);
+
+// A 24-bit image with each pixel's palette colour.
+Image expandToTrueColour(const Image& image);
+
+// A 1-bit image of a palette image whose valid entries are all black or
+// white: entry 0 black, entry 1 white.
+Image packBlackAndWhite(const Image& image);
+
+}  // namespace vivark

@@ -1,0 +1,129 @@
+// The writer table and the save sequence (convert, write to a temporary file,
+// commit).
+#include "formats/SaveDispatch.h"
+
+#include "core/Errors.h"
+#include "core/SafeOutFile.h"
+#include "formats/DepthConvert.h"
+#include "formats/bmp/BmpWriter.h"
+#include "formats/pnm/PnmWriter.h"
+
+namespace vivark {
+namespace {
+
+constexpr uint32_t depthSet(std::initializer_list<uint32_t> depths) {
+    uint32_t set = 0;
+    for (uint32_t d : depths) set |= 1u << d;
+    return set;
+}
+
+const WriterEntry kWriters[] = {
+    {"Windows Bitmap",
+     {"bmp", "windows-bitmap"},
+     {"bmp", "dib"},
+     makeTag("BMPW"),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeWindowsBitmap},
+    {"OS/2 Bitmap",
+     {"os2bmp", "os2-bitmap"},
+     {},
+     makeTag("BMP "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeOs2Bitmap},
+    {"PBMPlus Portable Bitmap",
+     {"pbm"},
+     {"pbm"},
+     makeTag("PBM "),
+     depthSet({1}),
+     ColourNeed::BlackAndWhite,
+     writePortableBitmap},
+    {"PBMPlus Portable Graymap",
+     {"pgm"},
+     {"pgm"},
+     makeTag("PGM "),
+     depthSet({8}),
+     ColourNeed::Grey,
+     writePortableGraymap},
+    {"PBMPlus Portable Pixmap",
+     {"ppm"},
+     {"ppm"},
+     makeTag("PPM "),
+     depthSet({24}),
+     ColourNeed::Any,
+     writePortablePixmap},
+    {"PBMPlus Portable Anymap",
+     {"pnm"},
+     {"pnm"},
+     makeTag("PNM "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writePortableAnymap},
+};
+
+bool sameIgnoringCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        auto lower = [](char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; };
+        if (lower(a[i]) != lower(b[i])) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::span<const WriterEntry> writerTable() {
+    return kWriters;
+}
+
+const WriterEntry* findWriterByName(std::string_view name) {
+    for (const WriterEntry& w : kWriters) {
+        if (sameIgnoringCase(w.menuName, name)) return &w;
+        for (std::string_view s : w.shortNames)
+            if (sameIgnoringCase(s, name)) return &w;
+    }
+    return nullptr;
+}
+
+const WriterEntry* findWriterByExtension(std::string_view extension) {
+    if (!extension.empty() && extension.front() == '.') extension.remove_prefix(1);
+    for (const WriterEntry& w : kWriters)
+        for (std::string_view e : w.extensions)
+            if (sameIgnoringCase(e, extension)) return &w;
+    return nullptr;
+}
+
+const WriterEntry* findWriterByTag(FormatTag tag) {
+    for (const WriterEntry& w : kWriters)
+        if (w.formatTag == tag) return &w;
+    return nullptr;
+}
+
+Image convertForWriter(const Image& image, const WriterEntry& writer) {
+    const uint32_t bits = image.bitsPerPixel();
+    if (!image.hasPalette()) {
+        if (writer.accepts(bits)) return image;
+        throw SAVEERROR::NeedsColourReduction;
+    }
+    if (writer.colourNeed == ColourNeed::BlackAndWhite && !image.isBlackAndWhite())
+        throw SAVEERROR::NeedsColourReduction;
+    if (writer.colourNeed == ColourNeed::Grey && !image.isGrey())
+        throw SAVEERROR::NeedsColourReduction;
+    if (writer.accepts(bits)) return image;
+    for (uint32_t wider : {4u, 8u})
+        if (wider > bits && writer.accepts(wider)) return widenIndices(image, wider);
+    if (writer.accepts(24)) return expandToTrueColour(image);
+    if (writer.accepts(1) && image.isBlackAndWhite()) return packBlackAndWhite(image);
+    throw SAVEERROR::NeedsColourReduction;
+}
+
+void saveImage(const Image& image, const std::filesystem::path& target, const WriterEntry& writer,
+               const SaveOptions& options, ProgressCallback* progress) {
+    const Image converted = convertForWriter(image, writer);
+    SafeOutFile file(target);
+    writer.write(converted, file.out(), options, progress);
+    file.commit();
+}
+
+}  // namespace vivark

@@ -1,0 +1,24 @@
+// Identifies OS/2 boot logos. A boot logo is a fixed-size screen: a 32-byte
+// header, then three colour planes of 320 × 240 bytes each. The header's
+// first two little-endian 32-bit fields hold the size of one plane (76800)
+// and the size of the whole file (230432 = 32 + 3 × 76800); both must match.
+#include "formats/Identify.h"
+#include "formats/IdentifySupport.h"
+
+namespace vivark {
+namespace {
+
+constexpr uint32_t kPlaneBytes = 76800;
+constexpr uint32_t kFileBytes = 230432;
+static_assert(kFileBytes == 32 + 3 * kPlaneBytes);
+
+}  // namespace
+
+bool identifyBootLogo(InFile& file, FormatInfo* info) {
+    uint8_t header[32];
+    file.read(header, sizeof header);
+    if (loadLE32(header) != kPlaneBytes || loadLE32(header + 4) != kFileBytes) return false;
+    return accept(info, 320, 240, 24, makeTag("LOGO"));
+}
+
+}  // namespace vivark

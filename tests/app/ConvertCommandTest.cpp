@@ -1,0 +1,83 @@
+// "vivark convert" and "vivark info" through the command line entry: formats
+// chosen by name or extension, per-run options, usage errors, and failures
+// that leave no output file.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "app/cli/Cli.h"
+#include "formats/pnm/PnmReader.h"
+#include "support/ImageTestUtil.h"
+
+namespace vivark {
+namespace {
+
+using namespace test;
+
+int runTool(std::vector<std::string> args, std::string* out = nullptr, std::string* err = nullptr) {
+    args.insert(args.begin(), "vivark");
+    std::vector<char*> argv;
+    for (std::string& a : args) argv.push_back(a.data());
+    std::ostringstream o, e;
+    const int status = cli::run(int(argv.size()), argv.data(), o, e);
+    if (out) *out = o.str();
+    if (err) *err = e.str();
+    return status;
+}
+
+TEST(ConvertCommand, ConvertsByExtensionOrNameAndReportsFailures) {
+    TempDir dir;
+    const std::string input = std::string(VIVARK_TEST_DATA) + "/formats/bmp/good/netpbm-win8.bmp";
+    const struct {
+        std::vector<std::string> extra;
+        const char* output;
+        int status;
+        const char* start;  // of the written file; null: no file
+    } cases[] = {
+        {{}, "a.ppm", 0, "P6"},
+        {{"--set", "PPM\\RawData=0"}, "b.ppm", 0, "P3"},
+        {{"--to", "PBMPlus Portable Anymap"}, "c.out", 0, "P6"},
+        {{"--to", "os2bmp"}, "d.bmp", 0, "BM"},
+        {{}, "e.pgm", 1, nullptr},  // colour palette to a graymap
+        {{"--to", "gif"}, "f.gif", 2, nullptr},
+        {{"--set", "PPM\\RawData=perhaps"}, "g.ppm", 2, nullptr},
+        {{}, "h.unknown", 2, nullptr},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.output);
+        std::vector<std::string> args{"convert", input, (dir / c.output).string()};
+        args.insert(args.end(), c.extra.begin(), c.extra.end());
+        std::string err;
+        EXPECT_EQ(runTool(args, nullptr, &err), c.status) << err;
+        EXPECT_EQ(std::filesystem::exists(dir / c.output), c.start != nullptr);
+        if (c.start) {
+            EXPECT_EQ(readWholeFile(dir / c.output).substr(0, 2), c.start);
+        }
+    }
+    const Image converted = readFromBytes(readWholeFile(dir / "a.ppm"), makePnmReader);
+    EXPECT_TRUE(
+        samePixels(converted, readFromBytes(readWholeFile(std::string(VIVARK_TEST_DATA) +
+                                                          "/formats/bmp/good/palette16.ppm"),
+                                            makePnmReader)));
+    std::string err;
+    EXPECT_EQ(runTool({"convert", (dir / "missing.bmp").string(), (dir / "x.bmp").string()},
+                      nullptr, &err),
+              1);
+    EXPECT_EQ(err.rfind("vivark: " + (dir / "missing.bmp").string() + ": ", 0), 0u) << err;
+}
+
+TEST(InfoCommand, JsonListsEachFileOrItsError) {
+    const std::string good = std::string(VIVARK_TEST_DATA) + "/formats/bmp/good/";
+    std::string out;
+    EXPECT_EQ(runTool({"info", "--json", good + "netpbm-win4.bmp", good + "README.md"}, &out), 1);
+    EXPECT_NE(out.find("\"format\":\"BMPW\",\"width\":23,\"height\":11,\"bitsPerPixel\":4"),
+              std::string::npos)
+        << out;
+    EXPECT_NE(out.find("\"error\":\"Unrecognized file format\",\"message\":11000"),
+              std::string::npos);
+    EXPECT_EQ(runTool({"info", good + "mono.pbm"}, &out), 0);
+    EXPECT_NE(out.find("PBM  23x11, 1 bits per pixel"), std::string::npos) << out;
+}
+
+}  // namespace
+}  // namespace vivark
