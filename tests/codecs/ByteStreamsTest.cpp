@@ -1,8 +1,8 @@
 // The byte endpoints of the stream codecs: windows over InFile and OutFile
 // buffers must hand back exact positions, stop at range ends and survive any
 // buffer size.
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 
 #include <numeric>
 #include <vector>
@@ -105,7 +105,8 @@ TEST(Sinks, OutFileSinkWritesInPlaceAcrossFlushesAndKeepsFileWritesInOrder) {
     std::string file = test::readWholeFile(path);
     ASSERT_EQ(file.size(), 4 + data.size() + 1);
     EXPECT_EQ(static_cast<uint8_t>(file[0]), 0xDE);
-    EXPECT_TRUE(std::equal(data.begin(), data.end(), reinterpret_cast<const uint8_t*>(file.data()) + 4));
+    EXPECT_TRUE(
+        std::equal(data.begin(), data.end(), reinterpret_cast<const uint8_t*>(file.data()) + 4));
     EXPECT_EQ(static_cast<uint8_t>(file.back()), 0x55);
 }
 
