@@ -114,7 +114,8 @@ TEST(FindFormat, AsksTheTextDecoderWithItsLineLimit) {
         return InFile::overMemory(gif);
     });
     for (int32_t loadMode : {0, 1}) {
-        auto file = InFile::overMemory(Bytes().text("begin 644 pic.gif\n").fill(80, 'M').data);
+        const auto text = Bytes().text("begin 644 pic.gif\n").fill(80, 'M').data;
+        auto file = InFile::overMemory(text);
         Image image;
         image.loadMode = loadMode;
         std::unique_ptr<InFile> decoded;
