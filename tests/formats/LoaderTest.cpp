@@ -1,0 +1,173 @@
+// The load sequence: the fallbacks that find an image behind a MacBinary
+// header, inside text or embedded in another file, their limits, and the
+// messages a load ends with when there is nothing to read.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "SampleBytes.h"
+#include "core/Errors.h"
+#include "formats/Loader.h"
+#include "support/TempDir.h"
+
+namespace vivark {
+namespace {
+
+using test::Bytes;
+
+// Bytes no identify test accepts, with `image` placed at `offset`.
+std::vector<uint8_t> embedded(const std::vector<uint8_t>& image, size_t offset) {
+    return Bytes().fill(offset, 0x55).append(image).fill(64, 0x55).data;
+}
+
+struct Found {
+    const FormatEntry* entry;
+    int64_t origin;
+    FormatInfo info;
+};
+
+Found find(const std::vector<uint8_t>& bytes, int32_t loadMode = 0) {
+    auto file = InFile::overMemory(bytes);
+    Image image;
+    image.loadMode = loadMode;
+    Found found{nullptr, 0, {}};
+    found.entry = findFormat(*file, image, &found.info);
+    found.origin = file->origin();
+    if (found.entry != nullptr) {
+        EXPECT_EQ(file->tell(), 0);
+    }
+    return found;
+}
+
+struct EmbeddedCase {
+    const char* name;
+    size_t offset;
+    int32_t loadMode;
+    bool found;
+};
+
+TEST(FindFormat, FindsAnEmbeddedImageOnlyWithinTheScannedBytes) {
+    const EmbeddedCase cases[] = {
+        {"at 5000", 5000, 0, true},
+        {"last start inside the scan", kEmbeddedScanBytes - 4, 0, true},
+        {"one past the scan", kEmbeddedScanBytes - 3, 0, false},
+        {"past 131072", kEmbeddedScanBytes + 10, 0, false},
+        {"quick scan, inside", kQuickEmbeddedScanBytes - 4, 1, true},
+        {"quick scan, at 5000", 5000, 1, false},
+    };
+    for (const EmbeddedCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        Found found = find(embedded(test::pngSample(), c.offset), c.loadMode);
+        if (!c.found) {
+            EXPECT_EQ(found.entry, nullptr);
+            EXPECT_EQ(found.origin, 0);
+            continue;
+        }
+        ASSERT_NE(found.entry, nullptr);
+        EXPECT_EQ(found.entry->formatTag, makeTag("PNG "));
+        EXPECT_EQ(found.origin, static_cast<int64_t>(c.offset));
+        EXPECT_EQ(found.info.width, 3u);
+    }
+}
+
+TEST(FindFormat, SkipsAFalseStartAndFindsTheNextImage) {
+    // A "GIF8" that is no GIF, then a real GIF.
+    auto bytes =
+        Bytes().fill(100, 0x55).text("GIF8xx").fill(50, 0x55).append(test::gifSample()).data;
+    Found found = find(bytes);
+    ASSERT_NE(found.entry, nullptr);
+    EXPECT_EQ(found.entry->formatTag, makeTag("GIF "));
+    EXPECT_EQ(found.origin, 156);
+}
+
+TEST(FindFormat, TheJpegStartIsNotAnEmbeddedSignature) {
+    auto jpeg = Bytes()
+                    .be32(0xFFD8FFE0)
+                    .be16(16)
+                    .text("JFIF")
+                    .fill(10)
+                    .be16(0xFFC0)
+                    .be16(11)
+                    .u8(8)
+                    .be16(2)
+                    .be16(2)
+                    .u8(1)
+                    .fill(3)
+                    .data;
+    EXPECT_EQ(find(embedded(jpeg, 300)).entry, nullptr);
+}
+
+TEST(FindFormat, FindsAnImageBehindAMacBinaryHeader) {
+    auto header = Bytes().u8(0).u8(8).text("pic.gif").padTo(128).data;
+    Found found = find(Bytes().append(header).append(test::gifSample()).data);
+    ASSERT_NE(found.entry, nullptr);
+    EXPECT_EQ(found.entry->formatTag, makeTag("GIF "));
+    EXPECT_EQ(found.origin, 128);
+    EXPECT_EQ(found.info.width, 7u);
+}
+
+TEST(FindFormat, AsksTheTextDecoderWithItsLineLimit) {
+    static const std::vector<uint8_t> gif = test::gifSample();
+    static uint32_t askedLimit;
+    setTextImageDecoder([](InFile&, uint32_t lineLimit) {
+        askedLimit = lineLimit;
+        return InFile::overMemory(gif);
+    });
+    for (int32_t loadMode : {0, 1}) {
+        const auto text = Bytes().text("begin 644 pic.gif\n").fill(80, 'M').data;
+        auto file = InFile::overMemory(text);
+        Image image;
+        image.loadMode = loadMode;
+        std::unique_ptr<InFile> decoded;
+        const FormatEntry* entry = findFormat(*file, image, nullptr, &decoded);
+        ASSERT_NE(entry, nullptr);
+        EXPECT_EQ(entry->formatTag, makeTag("GIF "));
+        EXPECT_NE(decoded, nullptr);
+        EXPECT_EQ(askedLimit, loadMode > 0 ? kQuickTextImageLineLimit : kTextImageLineLimit);
+    }
+    setTextImageDecoder(nullptr);
+}
+
+TEST(Load, EndsWithTheMessageOfWhatWasFound) {
+    struct Case {
+        const char* name;
+        std::vector<uint8_t> bytes;
+        MessageId message;
+    };
+    const Case cases[] = {
+        {"nothing recognised", Bytes().fill(1000, 0x55).data, msg::UnrecognizedFormat},
+        {"slide show list", Bytes().text("Vivark SlideShow\r\na.gif\r\n").data, msg::SlideShowList},
+        {"format without a reader", test::pngSample(), msg::InvalidFile},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto file = InFile::overMemory(c.bytes);
+        Image image;
+        load(image, *file, ReadOptions{});
+        EXPECT_EQ(image.loadMessage, c.message);
+        EXPECT_EQ(image.width(), 0u);
+    }
+    EXPECT_EQ(messageText(msg::UnrecognizedFormat), "Unrecognized file format");
+}
+
+TEST(Load, AFileThatCannotBeOpenedGivesTheOpenMessage) {
+    test::TempDir dir;
+    Image image;
+    EXPECT_EQ(loadFile(image, (dir.path() / "missing.gif").string(), ReadOptions{}), nullptr);
+    EXPECT_NE(image.loadMessage, msg::None);
+    EXPECT_NE(image.loadMessage, msg::UnrecognizedFormat);
+}
+
+TEST(Load, ProbesANamedFile) {
+    test::TempDir dir;
+    const auto path = dir.path() / "show.lst";
+    std::ofstream(path, std::ios::binary) << "Vivark SlideShow\r\n";
+    Image image;
+    const FormatEntry* entry = loadFile(image, path.string(), ReadOptions{});
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->formatTag, makeTag("SSHW"));
+    EXPECT_EQ(image.loadMessage, msg::SlideShowList);
+}
+
+}  // namespace
+}  // namespace vivark
