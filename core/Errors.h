@@ -38,7 +38,7 @@ enum class OUTFILEERROR : uint32_t {
     SeekFailed = 3,   // a seek landed elsewhere, or the position could not be read
 };
 
-// Creating an output file (core/SafeOutput.h): the system's reason decides the
+// Creating an output file (core/SafeOutFile.h): the system's reason decides the
 // message, and the caller adds the file name.
 enum class CREATEERROR : uint32_t {
     WriteProtected = 0,  // read-only file system or medium

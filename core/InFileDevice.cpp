@@ -43,9 +43,14 @@ int64_t DescriptorDevice::open(const std::string& name, bool textMode) {
 }
 
 size_t DescriptorDevice::read(uint8_t* buffer, size_t count, int64_t& position) {
+    // Checked apart from the seek: -1 is also what a failed lseek answers, and
+    // what position_ holds while the position is unknown.
+    if (position < 0) {
+        position_ = -1;
+        throw INFILEERROR::SeekFailed;
+    }
     if (position_ != position) {
-        off_t landed = position < 0 ? -1 : ::lseek(handle_, position, SEEK_SET);
-        if (landed != position) {
+        if (::lseek(handle_, position, SEEK_SET) != position) {
             position_ = -1;
             throw INFILEERROR::SeekFailed;
         }

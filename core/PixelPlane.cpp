@@ -1,6 +1,7 @@
 // Size checks, allocation and copy-on-write of pixel planes.
 #include "core/PixelPlane.h"
 
+#include <atomic>
 #include <cstring>
 #include <stdexcept>
 
@@ -41,7 +42,13 @@ void PixelPlane::replacePixels(const uint8_t* pixels) {
 }
 
 void PixelPlane::detach() {
-    if (buffer_.use_count() <= 1) return;
+    if (buffer_.use_count() <= 1) {
+        // use_count() is a relaxed load. The acquire fence pairs with the
+        // release of the last other holder, so its reads of the block (copying
+        // out of it on another thread) happen before this plane writes.
+        std::atomic_thread_fence(std::memory_order_acquire);
+        return;
+    }
     auto own = std::make_shared<PixelBuffer>(dataSize_, false);
     if (dataSize_ != 0) std::memcpy(own->data(), buffer_->data(), dataSize_);
     buffer_ = std::move(own);

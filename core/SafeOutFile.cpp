@@ -46,10 +46,12 @@ SafeOutFile::SafeOutFile(std::filesystem::path target, size_t bufferSize)
     if (folder.empty()) folder = ".";
     // An existing target keeps its permissions; a new file gets the usual ones.
     mode_t mode = 0666;
+    bool keepMode = false;
     struct stat existing;
     if (::stat(target_.c_str(), &existing) == 0) {
         if (S_ISDIR(existing.st_mode)) throw CREATEERROR::CannotCreate;
         mode = existing.st_mode & 07777;
+        keepMode = true;
     }
     int fd = -1;
     for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
@@ -58,7 +60,8 @@ SafeOutFile::SafeOutFile(std::filesystem::path target, size_t bufferSize)
         if (fd < 0 && errno != EEXIST) throw createErrorFor(errno);
     }
     if (fd < 0) throw CREATEERROR::CannotCreate;
-    if (mode != 0666) (void)::fchmod(fd, mode);
+    // open() applies the umask; an existing target's mode is restored as it was.
+    if (keepMode) (void)::fchmod(fd, mode);
     try {
         out_.attach(fd, true);
     } catch (...) {
