@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <stdexcept>
 
 #include "core/Errors.h"
 
@@ -105,6 +106,8 @@ void InFile::resize(size_t newSize) {
 }
 
 size_t InFile::readLine(char* destination, size_t capacity) {
+    if (capacity < 2)
+        throw std::invalid_argument("readLine needs room for a byte and its terminator");
     size_t length = 0;
     size_t room = capacity - 1;
     for (;;) {

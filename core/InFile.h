@@ -65,7 +65,7 @@ class InFile {
     // LF CR each end a line; a zero byte throws INFILEERROR::BinaryData; a line
     // longer than the destination is returned in pieces. At the end of the
     // data a last unterminated line is returned; after it the next call throws
-    // INFILEERROR::UnexpectedEnd. `capacity` must be at least 1.
+    // INFILEERROR::UnexpectedEnd. `capacity` must be at least 2.
     size_t readLine(char* destination, size_t capacity);
 
     // Position relative to the origin.

@@ -13,8 +13,6 @@ PixelBuffer::PixelBuffer(uint32_t size, bool clear) : size_(size) {
     if (size != 0) block_.reset(clear ? new uint8_t[size]() : new uint8_t[size]);
 }
 
-PixelPlane::PixelPlane() : buffer_(std::make_shared<PixelBuffer>(0, false)) {}
-
 PixelPlane::PixelPlane(uint32_t width, uint32_t height, uint32_t bitsPerPixel, bool clear) {
     if (!isSupportedDepth(bitsPerPixel)) throw std::invalid_argument("unsupported pixel depth");
     uint64_t stride = strideFor(width, bitsPerPixel);
@@ -41,8 +39,19 @@ void PixelPlane::replacePixels(const uint8_t* pixels) {
     buffer_ = std::move(fresh);
 }
 
+void PixelPlane::swap(PixelPlane& other) noexcept {
+    std::swap(width_, other.width_);
+    std::swap(height_, other.height_);
+    std::swap(bitsPerPixel_, other.bitsPerPixel_);
+    std::swap(rowStride_, other.rowStride_);
+    std::swap(dataSize_, other.dataSize_);
+    std::swap(factorX, other.factorX);
+    std::swap(factorY, other.factorY);
+    buffer_.swap(other.buffer_);
+}
+
 void PixelPlane::detach() {
-    if (buffer_.use_count() <= 1) {
+    if (!buffer_ || buffer_.use_count() <= 1) {
         // use_count() is a relaxed load. The acquire fence pairs with the
         // release of the last other holder, so its reads of the block (copying
         // out of it on another thread) happen before this plane writes.

@@ -53,7 +53,7 @@ class PixelPlane {
     static constexpr uint64_t kSizeLimit = 0x80000000u;
 
     // An empty plane: no pixels, all sizes 0.
-    PixelPlane();
+    PixelPlane() = default;
     // A plane of the given size; its pixels are zeroed when `clear` is set and
     // left uninitialised otherwise. Throws IMAGEERROR::TooLarge.
     PixelPlane(uint32_t width, uint32_t height, uint32_t bitsPerPixel, bool clear);
@@ -61,6 +61,18 @@ class PixelPlane {
         : PixelPlane(header.width, header.height, header.bitsPerPixel, clear) {}
     // A plane initialised from dataSize bytes at `pixels`, or zeroed when null.
     PixelPlane(uint32_t width, uint32_t height, uint32_t bitsPerPixel, const uint8_t* pixels);
+
+    // Copies share the pixels. A moved-from plane is empty.
+    PixelPlane(const PixelPlane&) = default;
+    PixelPlane& operator=(const PixelPlane&) = default;
+    PixelPlane(PixelPlane&& other) noexcept { swap(other); }
+    PixelPlane& operator=(PixelPlane&& other) noexcept {
+        PixelPlane taken;
+        taken.swap(other);
+        swap(taken);
+        return *this;
+    }
+    void swap(PixelPlane& other) noexcept;
 
     uint32_t width() const { return width_; }
     uint32_t height() const { return height_; }
@@ -70,10 +82,10 @@ class PixelPlane {
     bool empty() const { return dataSize_ == 0; }
 
     // The whole block, bottom row first.
-    const uint8_t* data() const { return buffer_->data(); }
+    const uint8_t* data() const { return buffer_ ? buffer_->data() : nullptr; }
     uint8_t* mutableData() {
         detach();
-        return buffer_->data();
+        return buffer_ ? buffer_->data() : nullptr;
     }
     // Picture row y, counted from the top.
     const uint8_t* row(uint32_t y) const { return data() + rowOffset(y); }
@@ -99,7 +111,7 @@ class PixelPlane {
     uint32_t bitsPerPixel_ = 0;
     uint32_t rowStride_ = 0;
     uint32_t dataSize_ = 0;
-    std::shared_ptr<PixelBuffer> buffer_;
+    std::shared_ptr<PixelBuffer> buffer_;  // null for an empty plane
 };
 
 }  // namespace vivark

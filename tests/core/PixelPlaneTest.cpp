@@ -156,6 +156,21 @@ TEST(PixelPlaneSharing, WritingThroughAnUnsharedPlaneDoesNotCopyIt) {
     EXPECT_EQ(plane.mutableRow(3), before + plane.rowOffset(3));
 }
 
+TEST(PixelPlaneSharing, AMovedFromPlaneIsEmptyAndTheMoveKeepsTheBlock) {
+    PixelPlane source(5, 3, 8, true);
+    const uint8_t* block = source.data();
+    PixelPlane moved(std::move(source));
+    EXPECT_EQ(moved.data(), block);
+    EXPECT_TRUE(source.empty());  // NOLINT(bugprone-use-after-move): the state is the point
+    EXPECT_EQ(source.width(), 0u);
+    EXPECT_EQ(source.data(), nullptr);
+    PixelPlane other(2, 2, 24, true);
+    other = std::move(moved);
+    EXPECT_EQ(other.data(), block);
+    EXPECT_EQ(other.rowStride(), 8u);
+    EXPECT_TRUE(moved.empty());  // NOLINT(bugprone-use-after-move)
+}
+
 TEST(PixelPlaneSharing, ReplacePixelsNeverWritesIntoASharedBlock) {
     const std::vector<uint8_t> first = patternBytes(4 * 4, 10);
     const std::vector<uint8_t> second = patternBytes(4 * 4, 90);
