@@ -9,7 +9,8 @@
 
 namespace vivark {
 
-static_assert(sizeof(uint32_t) * 8 >= 12 + 8 + 7, "the bit accumulator must hold a code and a byte");
+static_assert(sizeof(uint32_t) * 8 >= 12 + 8 + 7,
+              "the bit accumulator must hold a code and a byte");
 
 LzwDecoder::LzwDecoder(uint32_t initialCodeSize, bool msbFirst, bool detectOldStyle)
     : initialCodeSize_(initialCodeSize),

@@ -57,7 +57,8 @@ Bytes decode(const Bytes& coded, uint32_t codeSize, bool msb, size_t size, size_
     decoder->attach(&source);
     decoder->reset();
     Bytes out(size);
-    for (size_t at = 0; at < size; at += request) decoder->decode(out.data() + at, std::min(request, size - at));
+    for (size_t at = 0; at < size; at += request)
+        decoder->decode(out.data() + at, std::min(request, size - at));
     uint8_t extra = 0xA5;
     decoder->decode(&extra, 1);
     EXPECT_EQ(extra, 0xA5) << "a byte was written after the end code";
@@ -70,10 +71,18 @@ Bytes sampleInput(int kind, size_t size) {
     std::mt19937 rng(1234 + kind);
     for (size_t i = 0; i < size; ++i) {
         switch (kind) {
-            case 0: v[i] = static_cast<uint8_t>(rng()); break;                  // incompressible
-            case 1: v[i] = static_cast<uint8_t>((i / 300) & 3); break;          // long runs
-            case 2: v[i] = static_cast<uint8_t>((i * i) >> 7 ^ (rng() & 1)); break;  // mixed
-            default: v[i] = static_cast<uint8_t>(rng() & 3); break;             // 2-bit symbols
+            case 0:
+                v[i] = static_cast<uint8_t>(rng());
+                break;  // incompressible
+            case 1:
+                v[i] = static_cast<uint8_t>((i / 300) & 3);
+                break;  // long runs
+            case 2:
+                v[i] = static_cast<uint8_t>((i * i) >> 7 ^ (rng() & 1));
+                break;  // mixed
+            default:
+                v[i] = static_cast<uint8_t>(rng() & 3);
+                break;  // 2-bit symbols
         }
     }
     return v;
@@ -99,23 +108,27 @@ TEST_P(LzwRoundTrip, DecodesToTheInputWhateverTheChunking) {
     EXPECT_TRUE(sawEnd);
     if (c.size <= 70000) {
         for (size_t request : {1, 7, 41, 43, 4095, 4097})
-            EXPECT_EQ(decode(coded, c.codeSize, c.tiff, input.size(), request, request % 13 + 1), input)
+            EXPECT_EQ(decode(coded, c.codeSize, c.tiff, input.size(), request, request % 13 + 1),
+                      input)
                 << "request " << request;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Modes, LzwRoundTrip,
-    ::testing::Values(RoundTripCase{"GifEmpty", 8, false, 0, 0}, RoundTripCase{"TiffEmpty", 8, true, 0, 0},
-                      RoundTripCase{"GifOneByte", 8, false, 0, 1}, RoundTripCase{"TiffOneByte", 8, true, 0, 1},
-                      RoundTripCase{"GifRandom", 8, false, 0, 65536}, RoundTripCase{"TiffRandom", 8, true, 0, 65536},
-                      RoundTripCase{"GifRuns", 8, false, 1, 60000}, RoundTripCase{"TiffRuns", 8, true, 1, 60000},
-                      RoundTripCase{"GifMixed1MB", 8, false, 2, 1 << 20},
-                      RoundTripCase{"TiffMixed1MB", 8, true, 2, 1 << 20},
-                      RoundTripCase{"GifRandom1MB", 8, false, 0, 1 << 20},
-                      RoundTripCase{"TiffRandom1MB", 8, true, 0, 1 << 20},
-                      RoundTripCase{"GifTwoBitCodes", 2, false, 3, 50000}),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Modes, LzwRoundTrip,
+                         ::testing::Values(RoundTripCase{"GifEmpty", 8, false, 0, 0},
+                                           RoundTripCase{"TiffEmpty", 8, true, 0, 0},
+                                           RoundTripCase{"GifOneByte", 8, false, 0, 1},
+                                           RoundTripCase{"TiffOneByte", 8, true, 0, 1},
+                                           RoundTripCase{"GifRandom", 8, false, 0, 65536},
+                                           RoundTripCase{"TiffRandom", 8, true, 0, 65536},
+                                           RoundTripCase{"GifRuns", 8, false, 1, 60000},
+                                           RoundTripCase{"TiffRuns", 8, true, 1, 60000},
+                                           RoundTripCase{"GifMixed1MB", 8, false, 2, 1 << 20},
+                                           RoundTripCase{"TiffMixed1MB", 8, true, 2, 1 << 20},
+                                           RoundTripCase{"GifRandom1MB", 8, false, 0, 1 << 20},
+                                           RoundTripCase{"TiffRandom1MB", 8, true, 0, 1 << 20},
+                                           RoundTripCase{"GifTwoBitCodes", 2, false, 3, 50000}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST(LzwEncoder, RunWithoutDataWritesOnlyTheEndCode) {
     EXPECT_EQ(encode({}, 8, false), (Bytes{0x01, 0x01}));  // 257 in 9 bits, least significant first
@@ -134,7 +147,9 @@ TEST(LzwEncoder, OneByteIsClearCodeByteAndEndCode) {
 // as the decoder builds it.
 class CodeWriter {
   public:
-    CodeWriter(uint32_t codeSize, bool msb) : root_(codeSize), msb_(msb), width_(codeSize + 1) { clear(); }
+    CodeWriter(uint32_t codeSize, bool msb) : root_(codeSize), msb_(msb), width_(codeSize + 1) {
+        clear();
+    }
 
     void clear() {
         put(1u << root_);  // at the width in force, as an encoder writes it
@@ -178,7 +193,9 @@ class CodeWriter {
     }
     Bytes finish() {
         put((1u << root_) + 1);
-        if (bits_ != 0) out.push_back(msb_ ? static_cast<uint8_t>(acc_ << (8 - bits_)) : static_cast<uint8_t>(acc_));
+        if (bits_ != 0)
+            out.push_back(msb_ ? static_cast<uint8_t>(acc_ << (8 - bits_))
+                               : static_cast<uint8_t>(acc_));
         return out;
     }
     uint32_t nextCode() const { return nextCode_; }
@@ -231,7 +248,8 @@ TEST_P(LzwBitOrder, FullTableKeepsDecodingAt12BitsOverwritingItsLastEntry) {
     expected.insert(expected.end(), {7, 7, 7});
     // Entry `last` now holds "7 7" + first byte of what followed; 300 is an old entry.
     w.data(300);
-    expected.insert(expected.end(), {static_cast<uint8_t>(42 % 251), static_cast<uint8_t>(43 % 251)});
+    expected.insert(expected.end(),
+                    {static_cast<uint8_t>(42 % 251), static_cast<uint8_t>(43 % 251)});
     EXPECT_EQ(decodeAll(w.finish(), 8, msb, expected.size()), expected);
 }
 
@@ -285,14 +303,16 @@ TEST(LzwDecoder, StreamWithoutLeadingClearStartsFromZero) {
             acc |= static_cast<uint64_t>(c) << bits;
             bits += 9;
         }
-        for (; bits > 0; bits = bits > 8 ? bits - 8 : 0, acc >>= 8) coded.push_back(static_cast<uint8_t>(acc));
+        for (; bits > 0; bits = bits > 8 ? bits - 8 : 0, acc >>= 8)
+            coded.push_back(static_cast<uint8_t>(acc));
     }
     EXPECT_EQ(decodeAll(coded, 8, false, 3), (Bytes{'q', 0, 'q'}));
 }
 
 TEST(LzwDecoder, OldStyleTiffStripDecodesLeastSignificantFirst) {
     Bytes input = sampleInput(2, 20000);
-    Bytes oldStyle = encode(input, 8, false);  // 9-bit clear code, least significant first, no early change
+    Bytes oldStyle =
+        encode(input, 8, false);  // 9-bit clear code, least significant first, no early change
     ASSERT_EQ(oldStyle[0], 0x00);
     ASSERT_EQ(oldStyle[1] & 1, 1);
     MemorySource source(oldStyle);
