@@ -10,13 +10,16 @@ namespace vivark::gif {
 namespace {
 
 std::string label(const InfoItem& item) {
-    static const char* const kLabels[] = {"GIF Version",      "Interlaced",       "Disposal Method",
-                                          "Delay Time",       "Transparent",      "Transparency Index",
-                                          "Local Color Map",  "Global Color Map", "Background Color Index"};
+    static const char* const kLabels[] = {
+        "GIF Version",     "Interlaced",       "Disposal Method",
+        "Delay Time",      "Transparent",      "Transparency Index",
+        "Local Color Map", "Global Color Map", "Background Color Index"};
     return item.kind < std::size(kLabels) ? kLabels[item.kind] : "";
 }
 
-std::string yesNo(uint32_t value) { return value != 0 ? "Yes" : "No"; }
+std::string yesNo(uint32_t value) {
+    return value != 0 ? "Yes" : "No";
+}
 
 std::string mapSize(uint32_t value) {
     return value != 0 ? std::to_string(value) + " indices" : "Not available";
@@ -30,8 +33,8 @@ std::string valueText(const InfoItem& item) {
         case kTransparent:
             return yesNo(item.value);
         case kDisposal: {
-            static const char* const kMethods[] = {"No operation", "Leave as is", "Restore to background",
-                                                   "Restore to previous"};
+            static const char* const kMethods[] = {"No operation", "Leave as is",
+                                                   "Restore to background", "Restore to previous"};
             return item.value < 4 ? kMethods[item.value] : "";
         }
         case kDelay:

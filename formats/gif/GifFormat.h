@@ -37,7 +37,9 @@ enum InfoKind : uint32_t {
 
 extern const InfoFamily kGifInfo;
 
-inline InfoItem infoItem(InfoKind kind, uint32_t value) { return InfoItem{&kGifInfo, kind, value, {}}; }
+inline InfoItem infoItem(InfoKind kind, uint32_t value) {
+    return InfoItem{&kGifInfo, kind, value, {}};
+}
 
 // The bytes of an image's data sub-blocks without their length bytes. A
 // length of 0 while data is still wanted throws GIFERROR::PrematureEnd. The

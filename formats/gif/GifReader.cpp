@@ -31,7 +31,8 @@ uint32_t readTable(InFile& file, uint8_t flags, ColourTable& table) {
     const uint32_t bits = (flags & 7u) + 1;
     uint8_t bytes[768];
     file.read(bytes, 3u << bits);
-    for (uint32_t i = 0; i < (1u << bits); ++i) table[i] = rgb(bytes[3 * i], bytes[3 * i + 1], bytes[3 * i + 2]);
+    for (uint32_t i = 0; i < (1u << bits); ++i)
+        table[i] = rgb(bytes[3 * i], bytes[3 * i + 1], bytes[3 * i + 2]);
     return bits;
 }
 
@@ -63,7 +64,8 @@ void GifReader::walk(Image& image) {
     InFile& file = *file_;
     uint8_t header[13];
     file.read(header, sizeof header);
-    if (std::memcmp(header, "GIF8", 4) != 0 || (header[4] != '7' && header[4] != '9') || header[5] != 'a')
+    if (std::memcmp(header, "GIF8", 4) != 0 || (header[4] != '7' && header[4] != '9') ||
+        header[5] != 'a')
         throw GIFERROR::Unknown;
     screenWidth_ = static_cast<uint16_t>(header[6] | header[7] << 8);
     screenHeight_ = static_cast<uint16_t>(header[8] | header[9] << 8);
@@ -76,7 +78,8 @@ void GifReader::walk(Image& image) {
     }
     if (image.keepInfo) {
         image.info.push_back(gif::infoItem(gif::kVersion, header[4] == '9'));
-        image.info.push_back(gif::infoItem(gif::kGlobalColourMap, hasGlobal_ ? 1u << globalBits : 0));
+        image.info.push_back(
+            gif::infoItem(gif::kGlobalColourMap, hasGlobal_ ? 1u << globalBits : 0));
         image.info.push_back(gif::infoItem(gif::kBackgroundIndex, background_));
     }
     for (;;) {
@@ -105,14 +108,15 @@ void GifReader::walk(Image& image) {
         if (codeSize < 2 || codeSize > 11) throw GIFERROR::BadLzwCodeSize;
         if (image.keepInfo) {
             image.info.push_back(gif::infoItem(gif::kInterlaced, frame.interlaced));
-            image.info.push_back(gif::infoItem(gif::kLocalColourMap, frame.localTable ? 1u << localBits : 0));
+            image.info.push_back(
+                gif::infoItem(gif::kLocalColourMap, frame.localTable ? 1u << localBits : 0));
         }
         frame.disposal = pendingDisposal_;
         frame.transparentIndex = pendingTransparent_;
         if (!image.animation) image.animation.emplace();
-        image.animation->frames.push_back(AnimationFrame{frame.left, frame.top, frame.width, frame.height,
-                                                         pendingDelayMs_, frame.disposal,
-                                                         frame.transparentIndex});
+        image.animation->frames.push_back(AnimationFrame{frame.left, frame.top, frame.width,
+                                                         frame.height, pendingDelayMs_,
+                                                         frame.disposal, frame.transparentIndex});
         pendingDisposal_ = 0;
         pendingDelayMs_ = 0;
         pendingTransparent_ = -1;
@@ -175,7 +179,8 @@ uint32_t storedRow(uint32_t i, uint32_t height, bool interlaced) {
     static constexpr uint32_t kStart[4] = {0, 4, 2, 1};
     static constexpr uint32_t kStep[4] = {8, 8, 4, 2};
     for (int pass = 0; pass < 4; ++pass) {
-        const uint32_t rows = height > kStart[pass] ? (height - kStart[pass] + kStep[pass] - 1) / kStep[pass] : 0;
+        const uint32_t rows =
+            height > kStart[pass] ? (height - kStart[pass] + kStep[pass] - 1) / kStep[pass] : 0;
         if (i < rows) return kStart[pass] + i * kStep[pass];
         i -= rows;
     }
@@ -236,7 +241,8 @@ void GifReader::read(Image& image, const ReadOptions& options) {
     for (uint32_t k = 1; k < target; ++k)
         if (frames_[k].localTable || frames_[0].localTable) sameTable = false;
     const uint32_t bits = sameTable ? 8 : 24;
-    if (width == 0 || height == 0 || !options.limits.allows(width, height, bits)) throw IMAGEERROR::TooLarge;
+    if (width == 0 || height == 0 || !options.limits.allows(width, height, bits))
+        throw IMAGEERROR::TooLarge;
 
     Image canvas(width, height, bits, false);
     const Colour backgroundColour = hasGlobal_ ? global_[background_] : rgb(0, 0, 0);
@@ -265,7 +271,8 @@ void GifReader::read(Image& image, const ReadOptions& options) {
     for (uint32_t k = 0; k < target; ++k) {
         const Frame& frame = frames_[k];
         const uint32_t left = std::min(frame.left, width), top = std::min(frame.top, height);
-        const uint32_t w = std::min(frame.width, width - left), h = std::min(frame.height, height - top);
+        const uint32_t w = std::min(frame.width, width - left),
+                       h = std::min(frame.height, height - top);
         const bool restore = frame.disposal == 3 && k + 1 < target;
         if (restore) {
             saved.resize(static_cast<size_t>(w) * h * bytesPerPixel);
@@ -293,6 +300,8 @@ void GifReader::read(Image& image, const ReadOptions& options) {
 
 }  // namespace
 
-std::unique_ptr<ImageReader> makeGifReader(InFile& file) { return std::make_unique<GifReader>(file); }
+std::unique_ptr<ImageReader> makeGifReader(InFile& file) {
+    return std::make_unique<GifReader>(file);
+}
 
 }  // namespace vivark

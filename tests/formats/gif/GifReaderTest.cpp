@@ -23,7 +23,8 @@ std::string gifBytes(const GifFileSpec& spec) {
 }
 
 Image readGif(const std::string& bytes, uint32_t page = 1, size_t bufferSize = 0) {
-    auto file = InFile::overMemory({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}, bufferSize);
+    auto file = InFile::overMemory({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()},
+                                   bufferSize);
     Image image;
     image.pageNumber = page;
     makeGifReader(*file)->read(image, ReadOptions{});
@@ -45,7 +46,8 @@ TEST_P(GifSingleImage, IndicesAndPaletteMatchWhatGiflibWrote) {
     spec.gif89 = c.gif89;
     spec.width = c.width;
     spec.height = c.height;
-    GifFrameSpec frame = test::gifFrame(0, 0, c.width, c.height, test::noiseIndices(c.width, c.height, c.colours, 7));
+    GifFrameSpec frame = test::gifFrame(0, 0, c.width, c.height,
+                                        test::noiseIndices(c.width, c.height, c.colours, 7));
     frame.interlaced = c.interlaced;
     (c.local ? frame.localTable : spec.globalTable) = test::rampTable(c.colours);
     spec.frames.push_back(frame);
@@ -57,7 +59,8 @@ TEST_P(GifSingleImage, IndicesAndPaletteMatchWhatGiflibWrote) {
         ASSERT_EQ(image.bitsPerPixel(), 8u);
         EXPECT_EQ(image.pageCount, 1u);
         EXPECT_EQ(image.formatTag, makeTag("GIF "));
-        for (uint32_t i = 0; i < c.colours; ++i) EXPECT_EQ(image.palette[i], test::rampTable(c.colours)[i]);
+        for (uint32_t i = 0; i < c.colours; ++i)
+            EXPECT_EQ(image.palette[i], test::rampTable(c.colours)[i]);
         for (uint32_t y = 0; y < c.height; ++y)
             for (uint32_t x = 0; x < c.width; ++x)
                 ASSERT_EQ(image.plane.row(y)[x], frame.indices[y * c.width + x]) << x << "," << y;
@@ -66,14 +69,15 @@ TEST_P(GifSingleImage, IndicesAndPaletteMatchWhatGiflibWrote) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, GifSingleImage,
-                         ::testing::Values(SingleCase{"Gif87aTwoColours", false, 33, 9, 2, false, false},
-                                           SingleCase{"Gif89aSixteen", true, 64, 48, 16, false, false},
-                                           SingleCase{"Interlaced256", true, 101, 67, 256, true, false},
-                                           SingleCase{"InterlacedTinyHeights", true, 5, 3, 4, true, false},
-                                           SingleCase{"LocalTable", true, 40, 30, 32, false, true},
-                                           SingleCase{"LocalInterlaced", false, 300, 200, 256, true, true}),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Variants, GifSingleImage,
+    ::testing::Values(SingleCase{"Gif87aTwoColours", false, 33, 9, 2, false, false},
+                      SingleCase{"Gif89aSixteen", true, 64, 48, 16, false, false},
+                      SingleCase{"Interlaced256", true, 101, 67, 256, true, false},
+                      SingleCase{"InterlacedTinyHeights", true, 5, 3, 4, true, false},
+                      SingleCase{"LocalTable", true, 40, 30, 32, false, true},
+                      SingleCase{"LocalInterlaced", false, 300, 200, 256, true, true}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(GifReader, FirstFrameBeyondTheScreenGrowsTheCanvas) {
     GifFileSpec spec;
@@ -107,7 +111,8 @@ GifFileSpec threeFrames(int secondDisposal, bool thirdHasLocalTable) {
     second.disposal = secondDisposal;
     second.transparent = 0;
     GifFrameSpec third = test::gifFrame(3, 3, 2, 2, {3, 3, 3, 3});
-    if (thirdHasLocalTable) third.localTable = {rgb(1, 2, 3), rgb(4, 5, 6), rgb(7, 8, 9), rgb(10, 20, 30)};
+    if (thirdHasLocalTable)
+        third.localTable = {rgb(1, 2, 3), rgb(4, 5, 6), rgb(7, 8, 9), rgb(10, 20, 30)};
     spec.frames = {first, second, third};
     return spec;
 }
@@ -124,10 +129,14 @@ TEST(GifReader, AnimationRecordsFramesLoopCommentAndInfo) {
     EXPECT_EQ(image.comment, "made by giflib");
     std::vector<std::string> shown;
     for (const InfoItem& item : image.info) shown.push_back(item.label() + ": " + item.valueText());
-    const std::vector<std::string> start = {"GIF Version: GIF89a",       "Global Color Map: 4 indices",
-                                            "Background Color Index: 0", "Disposal Method: Leave as is",
-                                            "Delay Time: 70 ms",         "Transparent: No",
-                                            "Transparency Index: 0",     "Interlaced: No",
+    const std::vector<std::string> start = {"GIF Version: GIF89a",
+                                            "Global Color Map: 4 indices",
+                                            "Background Color Index: 0",
+                                            "Disposal Method: Leave as is",
+                                            "Delay Time: 70 ms",
+                                            "Transparent: No",
+                                            "Transparency Index: 0",
+                                            "Interlaced: No",
                                             "Local Color Map: Not available"};
     ASSERT_GE(shown.size(), start.size());
     EXPECT_EQ(std::vector<std::string>(shown.begin(), shown.begin() + start.size()), start);
@@ -163,13 +172,15 @@ TEST_P(GifCompose, PageShowsTheCanvasAsAViewerDoes) {
 
 INSTANTIATE_TEST_SUITE_P(
     Disposals, GifCompose,
-    ::testing::Values(ComposeCase{"First", 1, 1, "111111/111111/111111/111111/111111/111111/"},
-                      ComposeCase{"TransparentKeepsCanvas", 1, 2, "111111/112111/122111/111111/111111/111111/"},
-                      ComposeCase{"LeaveAsIs", 1, 3, "111111/112111/122111/111331/111331/111111/"},
-                      ComposeCase{"NoOperation", 0, 3, "111111/112111/122111/111331/111331/111111/"},
-                      ComposeCase{"RestoreToBackground", 2, 3, "111111/100111/100111/111331/111331/111111/"},
-                      ComposeCase{"RestoreToPrevious", 3, 3, "111111/111111/111111/111331/111331/111111/"},
-                      ComposeCase{"PageBeyondTheLastIsTheLast", 1, 9, "111111/112111/122111/111331/111331/111111/"}),
+    ::testing::Values(
+        ComposeCase{"First", 1, 1, "111111/111111/111111/111111/111111/111111/"},
+        ComposeCase{"TransparentKeepsCanvas", 1, 2, "111111/112111/122111/111111/111111/111111/"},
+        ComposeCase{"LeaveAsIs", 1, 3, "111111/112111/122111/111331/111331/111111/"},
+        ComposeCase{"NoOperation", 0, 3, "111111/112111/122111/111331/111331/111111/"},
+        ComposeCase{"RestoreToBackground", 2, 3, "111111/100111/100111/111331/111331/111111/"},
+        ComposeCase{"RestoreToPrevious", 3, 3, "111111/111111/111111/111331/111331/111111/"},
+        ComposeCase{"PageBeyondTheLastIsTheLast", 1, 9,
+                    "111111/112111/122111/111331/111331/111111/"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(GifReader, FrameWithItsOwnTableGivesA24BitCanvas) {

@@ -69,23 +69,29 @@ inline void writeGifWithGiflib(const std::filesystem::path& path, const GifFileS
     }
     for (const GifFrameSpec& f : spec.frames) {
         if (f.disposal >= 0) {
-            uint8_t gce[4] = {uint8_t(f.disposal << 2 | (f.transparent >= 0 ? 1 : 0)), uint8_t(f.delay),
-                              uint8_t(f.delay >> 8), uint8_t(f.transparent >= 0 ? f.transparent : 0)};
+            uint8_t gce[4] = {uint8_t(f.disposal << 2 | (f.transparent >= 0 ? 1 : 0)),
+                              uint8_t(f.delay), uint8_t(f.delay >> 8),
+                              uint8_t(f.transparent >= 0 ? f.transparent : 0)};
             EGifPutExtension(gif, GRAPHICS_EXT_FUNC_CODE, 4, gce);
         }
         ColorMapObject* local = f.localTable.empty() ? nullptr : makeMap(f.localTable);
-        ASSERT_EQ(EGifPutImageDesc(gif, f.left, f.top, f.width, f.height, f.interlaced, local), GIF_OK);
+        ASSERT_EQ(EGifPutImageDesc(gif, f.left, f.top, f.width, f.height, f.interlaced, local),
+                  GIF_OK);
         if (local) GifFreeMapObject(local);
         std::vector<uint32_t> order;
         if (f.interlaced) {
             for (uint32_t start : {0u, 4u, 2u, 1u})
-                for (uint32_t y = start; y < f.height; y += (start == 0 ? 8 : start == 4 ? 8 : start == 2 ? 4 : 2))
+                for (uint32_t y = start; y < f.height; y += (start == 0   ? 8
+                                                             : start == 4 ? 8
+                                                             : start == 2 ? 4
+                                                                          : 2))
                     order.push_back(y);
         } else {
             for (uint32_t y = 0; y < f.height; ++y) order.push_back(y);
         }
         for (uint32_t y : order) {
-            std::vector<GifPixelType> row(f.indices.begin() + y * f.width, f.indices.begin() + (y + 1) * f.width);
+            std::vector<GifPixelType> row(f.indices.begin() + y * f.width,
+                                          f.indices.begin() + (y + 1) * f.width);
             ASSERT_EQ(EGifPutLine(gif, row.data(), f.width), GIF_OK);
         }
     }
@@ -94,11 +100,13 @@ inline void writeGifWithGiflib(const std::filesystem::path& path, const GifFileS
 
 inline std::vector<Colour> rampTable(uint32_t count) {
     std::vector<Colour> table;
-    for (uint32_t i = 0; i < count; ++i) table.push_back(rgb(uint8_t(i * 3), uint8_t(255 - i), uint8_t(i * 7 + 1)));
+    for (uint32_t i = 0; i < count; ++i)
+        table.push_back(rgb(uint8_t(i * 3), uint8_t(255 - i), uint8_t(i * 7 + 1)));
     return table;
 }
 
-inline std::vector<uint8_t> noiseIndices(uint32_t width, uint32_t height, uint32_t colours, uint32_t seed) {
+inline std::vector<uint8_t> noiseIndices(uint32_t width, uint32_t height, uint32_t colours,
+                                         uint32_t seed) {
     std::vector<uint8_t> v(width * height);
     uint32_t s = seed;
     for (size_t i = 0; i < v.size(); ++i) {
