@@ -33,7 +33,8 @@ uint32_t gifInterlacedRow(uint32_t i, uint32_t height) {
     return 2 * i + 1 - roundUp(2);
 }
 
-void writeGif(const Image& image, OutFile& out, const SaveOptions& options, ProgressCallback* progress) {
+void writeGif(const Image& image, OutFile& out, const SaveOptions& options,
+              ProgressCallback* progress) {
     const uint32_t depth = image.bitsPerPixel();
     if (depth > 8) throw SAVEERROR::NeedsColourReduction;
     const uint32_t width = image.width();
@@ -53,9 +54,10 @@ void writeGif(const Image& image, OutFile& out, const SaveOptions& options, Prog
     const bool transparent = options.flag(saveKey::GifTransparent);
     const bool gif89 = options.flag(saveKey::GifGif89a) || transparent;
     const bool interlace = options.flag(saveKey::GifInterlace);
-    const uint8_t background = options.flag(saveKey::GifBackground)
-                                   ? static_cast<uint8_t>(options.integer(saveKey::GifBackgroundIndex))
-                                   : 0;
+    const uint8_t background =
+        options.flag(saveKey::GifBackground)
+            ? static_cast<uint8_t>(options.integer(saveKey::GifBackgroundIndex))
+            : 0;
 
     out.write(gif89 ? "GIF89a" : "GIF87a", 6);
     out.writeLE16(static_cast<uint16_t>(width));
@@ -80,9 +82,15 @@ void writeGif(const Image& image, OutFile& out, const SaveOptions& options, Prog
         out.writeByte(0);
     }
     if (transparent) {
-        const uint8_t block[8] = {gif::kExtensionIntroducer, gif::kGraphicControlLabel, 4, 0x01, 0, 0,
-                                  static_cast<uint8_t>(options.integer(saveKey::GifTransparentIndex)),
-                                  0};
+        const uint8_t block[8] = {
+            gif::kExtensionIntroducer,
+            gif::kGraphicControlLabel,
+            4,
+            0x01,
+            0,
+            0,
+            static_cast<uint8_t>(options.integer(saveKey::GifTransparentIndex)),
+            0};
         out.write(block, sizeof block);
     }
 

@@ -20,7 +20,8 @@
 
 namespace vivark {
 
-void writeGif(const Image& image, OutFile& out, const SaveOptions& options, ProgressCallback* progress);
+void writeGif(const Image& image, OutFile& out, const SaveOptions& options,
+              ProgressCallback* progress);
 
 // The i-th row written when `height` rows go out interlaced.
 uint32_t gifInterlacedRow(uint32_t i, uint32_t height);

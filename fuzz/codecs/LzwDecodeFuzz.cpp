@@ -23,8 +23,8 @@ namespace {
 constexpr size_t kMaxOutput = 1 << 20;
 
 // Decodes into `out`; returns how many bytes were produced and whether it failed.
-size_t run(std::span<const uint8_t> coded, uint32_t codeSize, bool tiff, bool split, std::vector<uint8_t>& out,
-           bool& failed) {
+size_t run(std::span<const uint8_t> coded, uint32_t codeSize, bool tiff, bool split,
+           std::vector<uint8_t>& out, bool& failed) {
     MemorySource source(coded);
     auto decoder = std::make_unique<LzwDecoder>(codeSize, tiff, tiff);
     size_t done = 0;
@@ -34,7 +34,8 @@ size_t run(std::span<const uint8_t> coded, uint32_t codeSize, bool tiff, bool sp
         decoder->reset();
         size_t pick = 0;
         while (done < kMaxOutput && !decoder->ended()) {
-            size_t request = split ? (coded.empty() ? 1 : coded[pick++ % coded.size()] % 64 + 1) : kMaxOutput;
+            size_t request =
+                split ? (coded.empty() ? 1 : coded[pick++ % coded.size()] % 64 + 1) : kMaxOutput;
             request = std::min(request, kMaxOutput - done);
             decoder->decode(out.data() + done, request);
             if (decoder->ended()) break;

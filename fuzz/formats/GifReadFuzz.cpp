@@ -16,7 +16,8 @@ using namespace vivark;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const uint8_t control = data[size - 1];
-    auto file = InFile::overMemory(std::span<const uint8_t>(data, size - 1), size_t{control & 31u} + 1);
+    auto file =
+        InFile::overMemory(std::span<const uint8_t>(data, size - 1), size_t{control & 31u} + 1);
     ReadOptions options;
     options.limits.maxBytes = 64u << 20;
     Image image;

@@ -67,7 +67,8 @@ TEST_P(GifWriterOptions, GiflibDecodesTheImageUnchanged) {
     std::vector<uint8_t> expected(c.width);
     for (uint32_t y = 0; y < c.height; ++y) {
         unpackIndices(image.plane.row(y), expected.data(), c.width, c.bits);
-        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), saved.RasterBits + size_t(y) * c.width))
+        ASSERT_TRUE(
+            std::equal(expected.begin(), expected.end(), saved.RasterBits + size_t(y) * c.width))
             << "row " << y;
     }
     GraphicsControlBlock gcb;
@@ -87,13 +88,15 @@ TEST_P(GifWriterOptions, GiflibDecodesTheImageUnchanged) {
 
 INSTANTIATE_TEST_SUITE_P(
     Options, GifWriterOptions,
-    ::testing::Values(WriterCase{"TwoColours87a", 37, 11, 1, 2, false, false, false, false, "GIF87a", 2},
-                      WriterCase{"Sixteen89a", 40, 25, 4, 16, true, false, false, true, "GIF89a", 16},
-                      WriterCase{"SeventeenOfEight", 50, 30, 8, 17, false, false, false, false, "GIF87a", 32},
-                      WriterCase{"Interlaced", 64, 45, 8, 256, false, true, false, false, "GIF87a", 256},
-                      WriterCase{"InterlacedOneRow", 9, 1, 4, 16, false, true, false, false, "GIF87a", 16},
-                      WriterCase{"TransparentForces89a", 20, 20, 8, 256, false, false, true, false, "GIF89a", 256},
-                      WriterCase{"Large", 700, 500, 8, 256, true, true, true, true, "GIF89a", 256}),
+    ::testing::Values(
+        WriterCase{"TwoColours87a", 37, 11, 1, 2, false, false, false, false, "GIF87a", 2},
+        WriterCase{"Sixteen89a", 40, 25, 4, 16, true, false, false, true, "GIF89a", 16},
+        WriterCase{"SeventeenOfEight", 50, 30, 8, 17, false, false, false, false, "GIF87a", 32},
+        WriterCase{"Interlaced", 64, 45, 8, 256, false, true, false, false, "GIF87a", 256},
+        WriterCase{"InterlacedOneRow", 9, 1, 4, 16, false, true, false, false, "GIF87a", 16},
+        WriterCase{"TransparentForces89a", 20, 20, 8, 256, false, false, true, false, "GIF89a",
+                   256},
+        WriterCase{"Large", 700, 500, 8, 256, true, true, true, true, "GIF89a", 256}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(GifWriter, TwoColourImageHasCodeSizeTwoAndTwoEntryTable) {
@@ -101,8 +104,8 @@ TEST(GifWriter, TwoColourImageHasCodeSizeTwoAndTwoEntryTable) {
     image.paletteCount = 2;
     StoredSaveOptions stored;
     const std::string bytes = test::writeToBytes(image, writeGif, stored);
-    EXPECT_EQ(uint8_t(bytes[10]), 0xF0);            // global table, 2 entries, no sort flag
-    EXPECT_EQ(uint8_t(bytes[13 + 6 + 10]), 2);      // code size after descriptor
+    EXPECT_EQ(uint8_t(bytes[10]), 0xF0);        // global table, 2 entries, no sort flag
+    EXPECT_EQ(uint8_t(bytes[13 + 6 + 10]), 2);  // code size after descriptor
     EXPECT_EQ(uint8_t(bytes[bytes.size() - 1]), 0x3B);
 }
 
