@@ -31,13 +31,16 @@ constexpr uint32_t kWidth = 1024, kHeight = 768;
 // A picture with flat areas, gradients and noise, 256 colours.
 Image sampleImage() {
     Image image(kWidth, kHeight, 8);
-    for (uint32_t i = 0; i < 256; ++i) image.palette[i] = rgb(uint8_t(i), uint8_t(255 - i), uint8_t(i * 3));
+    for (uint32_t i = 0; i < 256; ++i)
+        image.palette[i] = rgb(uint8_t(i), uint8_t(255 - i), uint8_t(i * 3));
     uint32_t s = 1;
     for (uint32_t y = 0; y < kHeight; ++y) {
         uint8_t* row = image.plane.mutableRow(y);
         for (uint32_t x = 0; x < kWidth; ++x) {
             s = s * 1103515245u + 12345u;
-            row[x] = x < kWidth / 3 ? uint8_t(y / 16) : x < 2 * kWidth / 3 ? uint8_t(x + y) : uint8_t(s >> 24);
+            row[x] = x < kWidth / 3       ? uint8_t(y / 16)
+                     : x < 2 * kWidth / 3 ? uint8_t(x + y)
+                                          : uint8_t(s >> 24);
         }
     }
     return image;
@@ -68,7 +71,8 @@ const Sample& sample() {
 void BM_GifDecodeVivark(benchmark::State& state) {
     const Sample& s = sample();
     for (auto _ : state) {
-        auto file = InFile::overMemory({reinterpret_cast<const uint8_t*>(s.gif.data()), s.gif.size()});
+        auto file =
+            InFile::overMemory({reinterpret_cast<const uint8_t*>(s.gif.data()), s.gif.size()});
         Image image;
         makeGifReader(*file)->read(image, ReadOptions{});
         if (std::memcmp(image.plane.row(kHeight - 1), s.image.plane.row(kHeight - 1), kWidth) != 0)
@@ -114,7 +118,8 @@ BENCHMARK(BM_GifDecodeGiflib);
 std::vector<uint8_t> rawBytes() {
     const Image& image = sample().image;
     std::vector<uint8_t> raw;
-    for (uint32_t y = 0; y < kHeight; ++y) raw.insert(raw.end(), image.plane.row(y), image.plane.row(y) + kWidth);
+    for (uint32_t y = 0; y < kHeight; ++y)
+        raw.insert(raw.end(), image.plane.row(y), image.plane.row(y) + kWidth);
     return raw;
 }
 
