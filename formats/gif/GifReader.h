@@ -6,7 +6,8 @@
 // the page count; it also refuses a frame without a colour table
 // (GIFERROR::NoColourMap) or with a code size outside 2..11
 // (GIFERROR::BadLzwCodeSize). Bytes other than the three block introducers
-// are skipped.
+// are skipped. A file whose trailer comes before any image throws
+// GIFERROR::PrematureEnd; LZW data errors pass through as LZWERROR.
 //
 // Composition, as a viewer shows frame image.pageNumber (1-based; clamped to
 // the frames present): the canvas is as large as the logical screen, grown to

@@ -224,6 +224,7 @@ TEST(GifReader, HandBuiltStreams) {
         {handBuilt("", 1, kGoodData), GIFERROR::BadLzwCodeSize},
         {handBuilt("", 2, std::string("\x01\x0C\x00\x01\x05\x00", 6)), GIFERROR::PrematureEnd},
         {noTable, GIFERROR::NoColourMap},
+        {handBuilt("", 2, kGoodData).substr(0, 19) + "\x3B", GIFERROR::PrematureEnd},  // no image
     };
     for (const Bad& b : bad)
         EXPECT_EQ(test::thrownBy<GIFERROR>([&] { readGif(b.bytes); }), std::optional(b.error));
