@@ -11,13 +11,14 @@
 #include "core/Errors.h"
 #include "formats/Identify.h"
 #include "formats/bmp/BmpReader.h"
+#include "formats/gif/GifReader.h"
 #include "formats/pnm/PnmReader.h"
 
 namespace vivark {
 namespace {
 
 const std::array<FormatEntry, 33> kFormats = {{
-    {"Graphics Interchange Format", makeTag("GIF "), identifyGif, nullptr},
+    {"Graphics Interchange Format", makeTag("GIF "), identifyGif, makeGifReader},
     {"JPEG File Interchange Format", makeTag("JFIF"), identifyJpeg, nullptr},
     {"Portable Network Graphics", makeTag("PNG "), identifyPng, nullptr},
     {"Tagged Image File Format", makeTag("TIFF"), identifyTiff, nullptr},

@@ -6,6 +6,7 @@
 #include "core/SafeOutFile.h"
 #include "formats/DepthConvert.h"
 #include "formats/bmp/BmpWriter.h"
+#include "formats/gif/GifWriter.h"
 #include "formats/pnm/PnmWriter.h"
 
 namespace vivark {
@@ -18,6 +19,13 @@ constexpr uint32_t depthSet(std::initializer_list<uint32_t> depths) {
 }
 
 const WriterEntry kWriters[] = {
+    {"Graphics Interchange Format",
+     {"gif"},
+     {"gif"},
+     makeTag("GIF "),
+     depthSet({1, 4, 8}),
+     ColourNeed::Any,
+     writeGif},
     {"Windows Bitmap",
      {"bmp", "windows-bitmap"},
      {"bmp", "dib"},

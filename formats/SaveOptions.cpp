@@ -17,6 +17,12 @@ constexpr SaveOptionKey kKeys[] = {
     {saveKey::PgmRawData, SaveOptionKind::Boolean, 1},
     {saveKey::PpmRawData, SaveOptionKind::Boolean, 1},
     {saveKey::PnmRawData, SaveOptionKind::Boolean, 1},
+    {saveKey::GifGif89a, SaveOptionKind::Boolean, 0},
+    {saveKey::GifInterlace, SaveOptionKind::Boolean, 0},
+    {saveKey::GifTransparent, SaveOptionKind::Boolean, 0},
+    {saveKey::GifTransparentIndex, SaveOptionKind::Integer, 0},
+    {saveKey::GifBackground, SaveOptionKind::Boolean, 0},
+    {saveKey::GifBackgroundIndex, SaveOptionKind::Integer, 0},
 };
 
 constexpr std::string_view kPrefix = "SaveOptions\\";

@@ -41,6 +41,12 @@ inline constexpr std::string_view PbmRawData = "SaveOptions\\PBM\\RawData";
 inline constexpr std::string_view PgmRawData = "SaveOptions\\PGM\\RawData";
 inline constexpr std::string_view PpmRawData = "SaveOptions\\PPM\\RawData";
 inline constexpr std::string_view PnmRawData = "SaveOptions\\PNM\\RawData";
+inline constexpr std::string_view GifGif89a = "SaveOptions\\GIF\\GIF89a";
+inline constexpr std::string_view GifInterlace = "SaveOptions\\GIF\\Interlace";
+inline constexpr std::string_view GifTransparent = "SaveOptions\\GIF\\Transparent";
+inline constexpr std::string_view GifTransparentIndex = "SaveOptions\\GIF\\Transparent Index";
+inline constexpr std::string_view GifBackground = "SaveOptions\\GIF\\Background";
+inline constexpr std::string_view GifBackgroundIndex = "SaveOptions\\GIF\\Background Index";
 }  // namespace saveKey
 
 // Every key a writer reads, with its kind and default.

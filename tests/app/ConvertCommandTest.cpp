@@ -39,7 +39,7 @@ TEST(ConvertCommand, ConvertsByExtensionOrNameAndReportsFailures) {
         {{"--to", "PBMPlus Portable Anymap"}, "c.out", 0, "P6"},
         {{"--to", "os2bmp"}, "d.bmp", 0, "BM"},
         {{}, "e.pgm", 1, nullptr},  // colour palette to a graymap
-        {{"--to", "gif"}, "f.gif", 2, nullptr},
+        {{"--to", "gif"}, "f.gif", 0, "GI"},
         {{"--set", "PPM\\RawData=perhaps"}, "g.ppm", 2, nullptr},
         {{}, "h.unknown", 2, nullptr},
     };

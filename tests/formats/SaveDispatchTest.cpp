@@ -19,7 +19,8 @@ TEST(SaveDispatch, WritersAreFoundByMenuNameShortNameExtensionAndTag) {
     EXPECT_EQ(findWriterByName("os/2 bitmap"), findWriterByTag(makeTag("BMP ")));
     for (const char* name : {"pbm", "pgm", "ppm", "pnm"})
         EXPECT_EQ(findWriterByExtension(name), findWriterByName(name)) << name;
-    EXPECT_EQ(findWriterByName("gif"), nullptr);
+    EXPECT_EQ(findWriterByExtension("gif"), findWriterByName("Graphics Interchange Format"));
+    EXPECT_NE(findWriterByName("gif"), nullptr);
 }
 
 TEST(SaveDispatch, ConversionWidensExpandsOrRefuses) {

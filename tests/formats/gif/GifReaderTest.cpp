@@ -1,0 +1,245 @@
+// The GIF reader against files written by giflib (versions, interlace, local
+// tables, transparency, frames offset and beyond the screen, composition of
+// animations) and against hand-built byte sequences for the error paths.
+#include <gtest/gtest.h>
+
+#include "core/Errors.h"
+#include "formats/gif/GifFormat.h"
+#include "formats/gif/GifReader.h"
+#include "formats/gif/GifTestFiles.h"
+#include "support/ImageTestUtil.h"
+#include "support/Throws.h"
+
+namespace vivark {
+namespace {
+
+using test::GifFileSpec;
+using test::GifFrameSpec;
+
+std::string gifBytes(const GifFileSpec& spec) {
+    test::TempDir dir;
+    test::writeGifWithGiflib(dir / "t.gif", spec);
+    return test::readWholeFile(dir / "t.gif");
+}
+
+Image readGif(const std::string& bytes, uint32_t page = 1, size_t bufferSize = 0) {
+    auto file = InFile::overMemory({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()},
+                                   bufferSize);
+    Image image;
+    image.pageNumber = page;
+    makeGifReader(*file)->read(image, ReadOptions{});
+    return image;
+}
+
+struct SingleCase {
+    const char* name;
+    bool gif89;
+    uint32_t width, height, colours;
+    bool interlaced, local;
+};
+
+class GifSingleImage : public ::testing::TestWithParam<SingleCase> {};
+
+TEST_P(GifSingleImage, IndicesAndPaletteMatchWhatGiflibWrote) {
+    const SingleCase& c = GetParam();
+    GifFileSpec spec;
+    spec.gif89 = c.gif89;
+    spec.width = c.width;
+    spec.height = c.height;
+    GifFrameSpec frame = test::gifFrame(0, 0, c.width, c.height,
+                                        test::noiseIndices(c.width, c.height, c.colours, 7));
+    frame.interlaced = c.interlaced;
+    (c.local ? frame.localTable : spec.globalTable) = test::rampTable(c.colours);
+    spec.frames.push_back(frame);
+    const std::string bytes = gifBytes(spec);
+    for (size_t bufferSize : {size_t{0}, size_t{17}}) {
+        Image image = readGif(bytes, 1, bufferSize);
+        ASSERT_EQ(image.width(), c.width);
+        ASSERT_EQ(image.height(), c.height);
+        ASSERT_EQ(image.bitsPerPixel(), 8u);
+        EXPECT_EQ(image.pageCount, 1u);
+        EXPECT_EQ(image.formatTag, makeTag("GIF "));
+        for (uint32_t i = 0; i < c.colours; ++i)
+            EXPECT_EQ(image.palette[i], test::rampTable(c.colours)[i]);
+        for (uint32_t y = 0; y < c.height; ++y)
+            for (uint32_t x = 0; x < c.width; ++x)
+                ASSERT_EQ(image.plane.row(y)[x], frame.indices[y * c.width + x]) << x << "," << y;
+        ASSERT_FALSE(image.info.empty());
+        EXPECT_EQ(image.info[0].valueText(), c.gif89 ? "GIF89a" : "GIF87a");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Variants, GifSingleImage,
+    ::testing::Values(SingleCase{"Gif87aTwoColours", false, 33, 9, 2, false, false},
+                      SingleCase{"Gif89aSixteen", true, 64, 48, 16, false, false},
+                      SingleCase{"Interlaced256", true, 101, 67, 256, true, false},
+                      SingleCase{"InterlacedTinyHeights", true, 5, 3, 4, true, false},
+                      SingleCase{"LocalTable", true, 40, 30, 32, false, true},
+                      SingleCase{"LocalInterlaced", false, 300, 200, 256, true, true}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(GifReader, FirstFrameBeyondTheScreenGrowsTheCanvas) {
+    GifFileSpec spec;
+    spec.width = 8;
+    spec.height = 4;
+    spec.globalTable = test::rampTable(4);
+    spec.background = 3;
+    spec.frames.push_back(test::gifFrame(2, 1, 10, 5, std::vector<uint8_t>(50, 1)));
+    Image image = readGif(gifBytes(spec));
+    EXPECT_EQ(image.width(), 12u);
+    EXPECT_EQ(image.height(), 6u);
+    EXPECT_EQ(image.plane.row(0)[0], 3);   // background outside the frame
+    EXPECT_EQ(image.plane.row(1)[2], 1);   // frame's first pixel
+    EXPECT_EQ(image.plane.row(5)[11], 1);  // frame's last pixel
+}
+
+// Frame 1 fills a 6x6 screen with 1; frame 2 (2x2 at 1,1, transparent 0)
+// draws 2 except its top-left pixel; frame 3 (2x2 at 3,3) draws 3.
+GifFileSpec threeFrames(int secondDisposal, bool thirdHasLocalTable) {
+    GifFileSpec spec;
+    spec.width = 6;
+    spec.height = 6;
+    spec.globalTable = test::rampTable(4);
+    spec.background = 0;
+    spec.loopCount = 0;
+    spec.comment = "made by giflib";
+    GifFrameSpec first = test::gifFrame(0, 0, 6, 6, std::vector<uint8_t>(36, 1));
+    first.disposal = 1;
+    first.delay = 7;
+    GifFrameSpec second = test::gifFrame(1, 1, 2, 2, {0, 2, 2, 2});
+    second.disposal = secondDisposal;
+    second.transparent = 0;
+    GifFrameSpec third = test::gifFrame(3, 3, 2, 2, {3, 3, 3, 3});
+    if (thirdHasLocalTable)
+        third.localTable = {rgb(1, 2, 3), rgb(4, 5, 6), rgb(7, 8, 9), rgb(10, 20, 30)};
+    spec.frames = {first, second, third};
+    return spec;
+}
+
+TEST(GifReader, AnimationRecordsFramesLoopCommentAndInfo) {
+    Image image = readGif(gifBytes(threeFrames(1, false)));
+    EXPECT_EQ(image.pageCount, 3u);
+    ASSERT_TRUE(image.animation.has_value());
+    EXPECT_EQ(image.animation->loopCount, -1);
+    ASSERT_EQ(image.animation->frames.size(), 3u);
+    EXPECT_EQ(image.animation->frames[0].delayMs, 70u);
+    EXPECT_EQ(image.animation->frames[1].transparentIndex, 0);
+    EXPECT_EQ(image.animation->frames[2].left, 3u);
+    EXPECT_EQ(image.comment, "made by giflib");
+    std::vector<std::string> shown;
+    for (const InfoItem& item : image.info) shown.push_back(item.label() + ": " + item.valueText());
+    const std::vector<std::string> start = {"GIF Version: GIF89a",
+                                            "Global Color Map: 4 indices",
+                                            "Background Color Index: 0",
+                                            "Disposal Method: Leave as is",
+                                            "Delay Time: 70 ms",
+                                            "Transparent: No",
+                                            "Transparency Index: 0",
+                                            "Interlaced: No",
+                                            "Local Color Map: Not available"};
+    ASSERT_GE(shown.size(), start.size());
+    EXPECT_EQ(std::vector<std::string>(shown.begin(), shown.begin() + start.size()), start);
+    EXPECT_EQ((InfoItem{&gif::kGifInfo, 2, 3, {}}.valueText()), "Restore to previous");
+    EXPECT_EQ((InfoItem{&gif::kGifInfo, 2, 4, {}}.valueText()), "");
+    EXPECT_EQ((InfoItem{&gif::kGifInfo, 9, 0, {}}.label()), "");
+}
+
+std::string rowsOf(const Image& image) {
+    std::string s;
+    for (uint32_t y = 0; y < image.height(); ++y) {
+        for (uint32_t x = 0; x < image.width(); ++x) s += char('0' + image.plane.row(y)[x]);
+        s += '/';
+    }
+    return s;
+}
+
+struct ComposeCase {
+    const char* name;
+    int secondDisposal;
+    uint32_t page;
+    const char* rows;
+};
+
+class GifCompose : public ::testing::TestWithParam<ComposeCase> {};
+
+TEST_P(GifCompose, PageShowsTheCanvasAsAViewerDoes) {
+    const ComposeCase& c = GetParam();
+    Image image = readGif(gifBytes(threeFrames(c.secondDisposal, false)), c.page);
+    ASSERT_EQ(image.bitsPerPixel(), 8u);
+    EXPECT_EQ(rowsOf(image), c.rows);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Disposals, GifCompose,
+    ::testing::Values(
+        ComposeCase{"First", 1, 1, "111111/111111/111111/111111/111111/111111/"},
+        ComposeCase{"TransparentKeepsCanvas", 1, 2, "111111/112111/122111/111111/111111/111111/"},
+        ComposeCase{"LeaveAsIs", 1, 3, "111111/112111/122111/111331/111331/111111/"},
+        ComposeCase{"NoOperation", 0, 3, "111111/112111/122111/111331/111331/111111/"},
+        ComposeCase{"RestoreToBackground", 2, 3, "111111/100111/100111/111331/111331/111111/"},
+        ComposeCase{"RestoreToPrevious", 3, 3, "111111/111111/111111/111331/111331/111111/"},
+        ComposeCase{"PageBeyondTheLastIsTheLast", 1, 9,
+                    "111111/112111/122111/111331/111331/111111/"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(GifReader, FrameWithItsOwnTableGivesA24BitCanvas) {
+    Image image = readGif(gifBytes(threeFrames(1, true)), 3);
+    ASSERT_EQ(image.bitsPerPixel(), 24u);
+    EXPECT_EQ(test::colourAt(image, 0, 0), test::rampTable(4)[1]);
+    EXPECT_EQ(test::colourAt(image, 2, 1), test::rampTable(4)[2]);
+    EXPECT_EQ(test::colourAt(image, 4, 4), rgb(10, 20, 30));
+}
+
+// A 2x1 image, code size 2, global table of 2 entries: codes clear(4), 1, 0,
+// end(5) at 3 bits give the bytes 0x0C 0x0A (least significant bit first).
+std::string handBuilt(const std::string& betweenBlocks, uint8_t codeSize, const std::string& data) {
+    std::string s("GIF89a\x02\x00\x01\x00\x80\x00\x00", 13);
+    s += std::string("\x00\x00\x00\xFF\xFF\xFF", 6);
+    s += betweenBlocks;
+    s += std::string("\x2C\x00\x00\x00\x00\x02\x00\x01\x00\x00", 10);
+    s += char(codeSize);
+    s += data;
+    s += "\x3B";
+    return s;
+}
+
+const std::string kGoodData("\x02\x0C\x0A\x00", 4);
+
+TEST(GifReader, HandBuiltStreams) {
+    Image good = readGif(handBuilt("", 2, kGoodData));
+    EXPECT_EQ(rowsOf(good), "10/");
+    Image stray = readGif(handBuilt(std::string("\x00\x99\x00", 3), 2, kGoodData));
+    EXPECT_EQ(rowsOf(stray), "10/");
+
+    struct Bad {
+        std::string bytes;
+        GIFERROR error;
+    };
+    std::string noTable = handBuilt("", 2, kGoodData);
+    noTable[10] = 0;
+    noTable.erase(13, 6);
+    const Bad bad[] = {
+        {handBuilt("", 12, kGoodData), GIFERROR::BadLzwCodeSize},
+        {handBuilt("", 1, kGoodData), GIFERROR::BadLzwCodeSize},
+        {handBuilt("", 2, std::string("\x01\x0C\x00\x01\x05\x00", 6)), GIFERROR::PrematureEnd},
+        {noTable, GIFERROR::NoColourMap},
+        {handBuilt("", 2, kGoodData).substr(0, 19) + "\x3B", GIFERROR::PrematureEnd},  // no image
+    };
+    for (const Bad& b : bad)
+        EXPECT_EQ(test::thrownBy<GIFERROR>([&] { readGif(b.bytes); }), std::optional(b.error));
+}
+
+TEST(GifReader, TruncatedFilesFailWithoutCrashing) {
+    const std::string bytes = gifBytes(threeFrames(2, true));
+    for (size_t cut = 0; cut < bytes.size(); ++cut) {
+        try {
+            readGif(bytes.substr(0, cut), 3);
+        } catch (INFILEERROR) {
+        } catch (GIFERROR) {
+        }
+    }
+}
+
+}  // namespace
+}  // namespace vivark
