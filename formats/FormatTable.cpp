@@ -11,6 +11,7 @@
 #include "core/Errors.h"
 #include "formats/Identify.h"
 #include "formats/bmp/BmpReader.h"
+#include "formats/pcx/PcxReader.h"
 #include "formats/pnm/PnmReader.h"
 
 namespace vivark {
@@ -24,8 +25,8 @@ const std::array<FormatEntry, 33> kFormats = {{
     {"Adobe Photoshop Document", makeTag("PSD "), identifyPsd, nullptr},
     {"Windows and OS/2 bitmaps, icons, cursors and pointers", makeTag("BMP "), identifyBmp,
      makeBmpReader},
-    {"ZSoft Paintbrush", makeTag("PCX "), identifyPcx, nullptr},
-    {"DCA/Intel DCX", makeTag("DCX "), identifyDcx, nullptr},
+    {"ZSoft Paintbrush", makeTag("PCX "), identifyPcx, makePcxReader},
+    {"DCA/Intel DCX", makeTag("DCX "), identifyDcx, makeDcxReader},
     {"Electronic Arts IFF", makeTag("IFF "), identifyIff, nullptr},
     {"Kodak Photo CD", makeTag("PCD "), identifyPcd, nullptr},
     {"slide show list", makeTag("SSHW"), identifySlideShow, nullptr},
