@@ -6,6 +6,7 @@
 #include "core/SafeOutFile.h"
 #include "formats/DepthConvert.h"
 #include "formats/bmp/BmpWriter.h"
+#include "formats/pcx/PcxWriter.h"
 #include "formats/pnm/PnmWriter.h"
 
 namespace vivark {
@@ -32,6 +33,20 @@ const WriterEntry kWriters[] = {
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
      writeOs2Bitmap},
+    {"ZSoft Paintbrush",
+     {"pcx"},
+     {"pcx"},
+     makeTag("PCX "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writePcx},
+    {"DCA/Intel DCX",
+     {"dcx"},
+     {"dcx"},
+     makeTag("DCX "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeDcx},
     {"PBMPlus Portable Bitmap",
      {"pbm"},
      {"pbm"},

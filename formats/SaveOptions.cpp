@@ -17,6 +17,7 @@ constexpr SaveOptionKey kKeys[] = {
     {saveKey::PgmRawData, SaveOptionKind::Boolean, 1},
     {saveKey::PpmRawData, SaveOptionKind::Boolean, 1},
     {saveKey::PnmRawData, SaveOptionKind::Boolean, 1},
+    {saveKey::PcxEnable24bit, SaveOptionKind::Boolean, 0},
 };
 
 constexpr std::string_view kPrefix = "SaveOptions\\";

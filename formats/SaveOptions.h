@@ -41,6 +41,7 @@ inline constexpr std::string_view PbmRawData = "SaveOptions\\PBM\\RawData";
 inline constexpr std::string_view PgmRawData = "SaveOptions\\PGM\\RawData";
 inline constexpr std::string_view PpmRawData = "SaveOptions\\PPM\\RawData";
 inline constexpr std::string_view PnmRawData = "SaveOptions\\PNM\\RawData";
+inline constexpr std::string_view PcxEnable24bit = "SaveOptions\\PCX\\Enable24bit";
 }  // namespace saveKey
 
 // Every key a writer reads, with its kind and default.

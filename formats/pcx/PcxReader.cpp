@@ -126,8 +126,9 @@ void setPalette(InFile& file, const PcxHeader& h, int64_t start, uint64_t dataLe
     bool allZero = true;
     for (uint8_t v : h.palette) allZero = allZero && v == 0;
     for (unsigned i = 0; i < 16; ++i) {
-        image.palette[i] = allZero ? kPcxDefaultPalette[i]
-                                   : rgb(h.palette[3 * i], h.palette[3 * i + 1], h.palette[3 * i + 2]);
+        image.palette[i] = allZero
+                               ? kPcxDefaultPalette[i]
+                               : rgb(h.palette[3 * i], h.palette[3 * i + 1], h.palette[3 * i + 2]);
     }
     image.paletteCount = 16;
 }

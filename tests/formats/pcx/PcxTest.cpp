@@ -7,6 +7,7 @@
 
 #include "core/Errors.h"
 #include "formats/pcx/PcxReader.h"
+#include "formats/pcx/PcxWriter.h"
 #include "formats/pnm/PnmReader.h"
 #include "support/ImageTestUtil.h"
 
@@ -145,6 +146,41 @@ TEST(Dcx, PagesAreChosenByPageNumberAmongUpTo1024) {
     } catch (PCXERROR e) {
         EXPECT_EQ(e, PCXERROR::InvalidFile);
     }
+}
+
+TEST(Pcx, OurFilesOfEveryDepthRoundTrip) {
+    StoredSaveOptions stored;
+    SaveOptionOverlay options(stored);
+    options.set(saveKey::PcxEnable24bit, 1);
+    for (uint32_t bits : {1u, 4u, 8u, 24u}) {
+        for (uint32_t width : {1u, 9u, 70u}) {
+            SCOPED_TRACE(testing::Message() << bits << " bits, width " << width);
+            const Image original = patternImage(width, 5, bits);
+            const Image pcx =
+                readFromBytes(writeToBytes(original, writePcx, options), makePcxReader);
+            EXPECT_EQ(pcx.bitsPerPixel(), bits);
+            const Image dcx =
+                readFromBytes(writeToBytes(original, writeDcx, options), makeDcxReader);
+            EXPECT_EQ(dcx.pageCount, 1u);
+            if (bits == 1) {
+                // One-bit PCX is always black and white: compare the indices.
+                for (uint32_t y = 0; y < 5; ++y) {
+                    const size_t n = (width + 7) / 8;
+                    EXPECT_TRUE(
+                        std::equal(pcx.plane.row(y), pcx.plane.row(y) + n, original.plane.row(y)));
+                    EXPECT_TRUE(
+                        std::equal(dcx.plane.row(y), dcx.plane.row(y) + n, original.plane.row(y)));
+                }
+            } else {
+                EXPECT_TRUE(samePixels(pcx, original));
+                EXPECT_TRUE(samePixels(dcx, original));
+            }
+        }
+    }
+    // Without Enable24bit a true-colour image is refused.
+    SaveOptionOverlay off(stored);
+    off.set(saveKey::PcxEnable24bit, 0);
+    EXPECT_THROW(writeToBytes(patternImage(4, 4, 24), writePcx, off), PCXERROR);
 }
 
 TEST(Pcx, EveryTruncationFailsCleanlyThroughSmallBuffers) {
