@@ -13,6 +13,7 @@
 #include "formats/bmp/BmpReader.h"
 #include "formats/pcx/PcxReader.h"
 #include "formats/pnm/PnmReader.h"
+#include "formats/tga/TgaReader.h"
 
 namespace vivark {
 namespace {
@@ -43,7 +44,7 @@ const std::array<FormatEntry, 33> kFormats = {{
     {"Digital Research GEM Paint", makeTag("GEMP"), identifyGem, nullptr},
     {"WordPerfect Graphics", makeTag("WPG "), identifyWpg, nullptr},
     {"X Window Dump", makeTag("XWD "), identifyXwd, nullptr},
-    {"Truevision Targa", makeTag("TGA "), identifyTga, nullptr},
+    {"Truevision Targa", makeTag("TGA "), identifyTga, makeTgaReader},
     {"Flexible Image Transport System", makeTag("FITS"), identifyFits, nullptr},
     {"X Pixmap", makeTag("XPM "), identifyXpm, nullptr},
     {"X Bitmap", makeTag("XBM "), identifyXbm, nullptr},
