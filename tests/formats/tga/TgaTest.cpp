@@ -67,7 +67,8 @@ TEST(Tga, OrientationBitsPlaceRowsAndColumns) {
         {0x10, 4, 3, 2},  // bottom to top, right to left
     };
     for (const auto& c : cases) {
-        const std::string file = header(0, 3, 0, 0, 2, 2, 8, c.descriptor).raw("\x01\x02\x03\x04"sv).s;
+        const std::string file =
+            header(0, 3, 0, 0, 2, 2, 8, c.descriptor).raw("\x01\x02\x03\x04"sv).s;
         const Image image = readFromBytes(file, makeTgaReader);
         EXPECT_EQ(image.plane.row(0)[0], c.topLeft) << int(c.descriptor);
         EXPECT_EQ(image.plane.row(0)[1], c.topRight) << int(c.descriptor);
@@ -125,7 +126,8 @@ TEST(Tga, ColourMappedTypeWithoutAMapIsNotIdentified) {
 }
 
 TEST(Tga, EveryTruncationFailsCleanlyThroughSmallBuffers) {
-    for (const char* name : {"nb-cmap-rle.tga", "nb-rgb.tga", "im-rgba-rle.tga", "im-grey-rle.tga"}) {
+    for (const char* name :
+         {"nb-cmap-rle.tga", "nb-rgb.tga", "im-rgba-rle.tga", "im-grey-rle.tga"}) {
         const std::string sample = readWholeFile(kGood + name);
         for (size_t cut = 0; cut < sample.size(); ++cut) {
             try {
