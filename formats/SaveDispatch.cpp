@@ -8,6 +8,7 @@
 #include "formats/bmp/BmpWriter.h"
 #include "formats/pcx/PcxWriter.h"
 #include "formats/pnm/PnmWriter.h"
+#include "formats/tga/TgaWriter.h"
 
 namespace vivark {
 namespace {
@@ -47,6 +48,13 @@ const WriterEntry kWriters[] = {
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
      writeDcx},
+    {"Truevision Targa",
+     {"tga", "targa"},
+     {"tga"},
+     makeTag("TGA "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeTga},
     {"PBMPlus Portable Bitmap",
      {"pbm"},
      {"pbm"},

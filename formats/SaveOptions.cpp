@@ -18,6 +18,10 @@ constexpr SaveOptionKey kKeys[] = {
     {saveKey::PpmRawData, SaveOptionKind::Boolean, 1},
     {saveKey::PnmRawData, SaveOptionKind::Boolean, 1},
     {saveKey::PcxEnable24bit, SaveOptionKind::Boolean, 0},
+    {saveKey::TgaEncode, SaveOptionKind::Boolean, 0},
+    {saveKey::TgaBottomToTop, SaveOptionKind::Boolean, 0},
+    {saveKey::TgaRightToLeft, SaveOptionKind::Boolean, 0},
+    {saveKey::TgaInterlaceType, SaveOptionKind::Integer, 0},
 };
 
 constexpr std::string_view kPrefix = "SaveOptions\\";

@@ -42,6 +42,10 @@ inline constexpr std::string_view PgmRawData = "SaveOptions\\PGM\\RawData";
 inline constexpr std::string_view PpmRawData = "SaveOptions\\PPM\\RawData";
 inline constexpr std::string_view PnmRawData = "SaveOptions\\PNM\\RawData";
 inline constexpr std::string_view PcxEnable24bit = "SaveOptions\\PCX\\Enable24bit";
+inline constexpr std::string_view TgaEncode = "SaveOptions\\TGA\\Encode";
+inline constexpr std::string_view TgaBottomToTop = "SaveOptions\\TGA\\BottomToTop";
+inline constexpr std::string_view TgaRightToLeft = "SaveOptions\\TGA\\RightToLeft";
+inline constexpr std::string_view TgaInterlaceType = "SaveOptions\\TGA\\InterlaceType";
 }  // namespace saveKey
 
 // Every key a writer reads, with its kind and default.

@@ -9,6 +9,7 @@
 #include "formats/Identify.h"
 #include "formats/pnm/PnmReader.h"
 #include "formats/tga/TgaReader.h"
+#include "formats/tga/TgaWriter.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {
@@ -123,6 +124,28 @@ TEST(Tga, ColourMappedTypeWithoutAMapIsNotIdentified) {
     std::string file = header(0, 1, 0, 0, 2, 2, 8, 0).s + std::string(4, '\0');
     auto in = InFile::overMemory({reinterpret_cast<const uint8_t*>(file.data()), file.size()});
     EXPECT_FALSE(identifyTga(*in, nullptr));
+}
+
+TEST(Tga, OurFilesRoundTripUnderEverySetting) {
+    StoredSaveOptions stored;
+    Image grey = patternImage(21, 6, 8);
+    grey.setGreyPalette();
+    for (int settings = 0; settings < 16; ++settings) {
+        SaveOptionOverlay options(stored);
+        options.set(saveKey::TgaEncode, settings & 1);
+        options.set(saveKey::TgaBottomToTop, settings >> 1 & 1);
+        options.set(saveKey::TgaRightToLeft, settings >> 2 & 1);
+        options.set(saveKey::TgaInterlaceType, settings >> 3 & 1);
+        for (uint32_t bits : {1u, 4u, 8u, 24u, 0u}) {
+            SCOPED_TRACE(testing::Message() << "settings " << settings << ", bits " << bits);
+            const Image original = bits == 0 ? grey : patternImage(150, 7, bits);
+            const std::string file = writeToBytes(original, writeTga, options);
+            EXPECT_EQ(uint8_t(file[17]) & 0x30,
+                      (settings & 2 ? 0 : 0x20) | (settings & 4 ? 0x10 : 0));
+            const Image back = readFromBytes(file, makeTgaReader);
+            EXPECT_TRUE(samePixels(back, original));
+        }
+    }
 }
 
 TEST(Tga, EveryTruncationFailsCleanlyThroughSmallBuffers) {
