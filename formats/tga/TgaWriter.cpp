@@ -79,8 +79,8 @@ void writeTga(const Image& image, OutFile& out, const SaveOptions& options,
     storeLE16(header + 12, static_cast<uint16_t>(width));
     storeLE16(header + 14, static_cast<uint16_t>(height));
     header[16] = static_cast<uint8_t>(pixelBytes * 8);
-    header[17] = static_cast<uint8_t>((bottomToTop ? 0 : 0x20) | (rightToLeft ? 0x10 : 0) |
-                                      interlace << 6);
+    header[17] =
+        static_cast<uint8_t>((bottomToTop ? 0 : 0x20) | (rightToLeft ? 0x10 : 0) | interlace << 6);
     out.write(header, sizeof header);
     for (unsigned i = 0; i < mapLength; ++i) {
         const Colour c = image.palette[i];
@@ -98,7 +98,8 @@ void writeTga(const Image& image, OutFile& out, const SaveOptions& options,
         }
         if (rightToLeft) {
             for (uint32_t x = 0; x < width / 2; ++x)
-                std::swap_ranges(&stored[size_t{x} * pixelBytes], &stored[size_t{x + 1} * pixelBytes],
+                std::swap_ranges(&stored[size_t{x} * pixelBytes],
+                                 &stored[size_t{x + 1} * pixelBytes],
                                  &stored[size_t{width - 1 - x} * pixelBytes]);
         }
         if (rle) {
