@@ -12,7 +12,9 @@
 #include "formats/Identify.h"
 #include "formats/bmp/BmpReader.h"
 #include "formats/gif/GifReader.h"
+#include "formats/pcx/PcxReader.h"
 #include "formats/pnm/PnmReader.h"
+#include "formats/tga/TgaReader.h"
 
 namespace vivark {
 namespace {
@@ -25,8 +27,8 @@ const std::array<FormatEntry, 33> kFormats = {{
     {"Adobe Photoshop Document", makeTag("PSD "), identifyPsd, nullptr},
     {"Windows and OS/2 bitmaps, icons, cursors and pointers", makeTag("BMP "), identifyBmp,
      makeBmpReader},
-    {"ZSoft Paintbrush", makeTag("PCX "), identifyPcx, nullptr},
-    {"DCA/Intel DCX", makeTag("DCX "), identifyDcx, nullptr},
+    {"ZSoft Paintbrush", makeTag("PCX "), identifyPcx, makePcxReader},
+    {"DCA/Intel DCX", makeTag("DCX "), identifyDcx, makeDcxReader},
     {"Electronic Arts IFF", makeTag("IFF "), identifyIff, nullptr},
     {"Kodak Photo CD", makeTag("PCD "), identifyPcd, nullptr},
     {"slide show list", makeTag("SSHW"), identifySlideShow, nullptr},
@@ -43,7 +45,7 @@ const std::array<FormatEntry, 33> kFormats = {{
     {"Digital Research GEM Paint", makeTag("GEMP"), identifyGem, nullptr},
     {"WordPerfect Graphics", makeTag("WPG "), identifyWpg, nullptr},
     {"X Window Dump", makeTag("XWD "), identifyXwd, nullptr},
-    {"Truevision Targa", makeTag("TGA "), identifyTga, nullptr},
+    {"Truevision Targa", makeTag("TGA "), identifyTga, makeTgaReader},
     {"Flexible Image Transport System", makeTag("FITS"), identifyFits, nullptr},
     {"X Pixmap", makeTag("XPM "), identifyXpm, nullptr},
     {"X Bitmap", makeTag("XBM "), identifyXbm, nullptr},

@@ -7,7 +7,9 @@
 #include "formats/DepthConvert.h"
 #include "formats/bmp/BmpWriter.h"
 #include "formats/gif/GifWriter.h"
+#include "formats/pcx/PcxWriter.h"
 #include "formats/pnm/PnmWriter.h"
+#include "formats/tga/TgaWriter.h"
 
 namespace vivark {
 namespace {
@@ -40,6 +42,27 @@ const WriterEntry kWriters[] = {
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
      writeOs2Bitmap},
+    {"ZSoft Paintbrush",
+     {"pcx"},
+     {"pcx"},
+     makeTag("PCX "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writePcx},
+    {"DCA/Intel DCX",
+     {"dcx"},
+     {"dcx"},
+     makeTag("DCX "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeDcx},
+    {"Truevision Targa",
+     {"tga", "targa"},
+     {"tga"},
+     makeTag("TGA "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeTga},
     {"PBMPlus Portable Bitmap",
      {"pbm"},
      {"pbm"},

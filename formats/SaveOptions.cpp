@@ -23,6 +23,11 @@ constexpr SaveOptionKey kKeys[] = {
     {saveKey::GifTransparentIndex, SaveOptionKind::Integer, 0},
     {saveKey::GifBackground, SaveOptionKind::Boolean, 0},
     {saveKey::GifBackgroundIndex, SaveOptionKind::Integer, 0},
+    {saveKey::PcxEnable24bit, SaveOptionKind::Boolean, 0},
+    {saveKey::TgaEncode, SaveOptionKind::Boolean, 0},
+    {saveKey::TgaBottomToTop, SaveOptionKind::Boolean, 0},
+    {saveKey::TgaRightToLeft, SaveOptionKind::Boolean, 0},
+    {saveKey::TgaInterlaceType, SaveOptionKind::Integer, 0},
 };
 
 constexpr std::string_view kPrefix = "SaveOptions\\";

@@ -47,6 +47,11 @@ inline constexpr std::string_view GifTransparent = "SaveOptions\\GIF\\Transparen
 inline constexpr std::string_view GifTransparentIndex = "SaveOptions\\GIF\\Transparent Index";
 inline constexpr std::string_view GifBackground = "SaveOptions\\GIF\\Background";
 inline constexpr std::string_view GifBackgroundIndex = "SaveOptions\\GIF\\Background Index";
+inline constexpr std::string_view PcxEnable24bit = "SaveOptions\\PCX\\Enable24bit";
+inline constexpr std::string_view TgaEncode = "SaveOptions\\TGA\\Encode";
+inline constexpr std::string_view TgaBottomToTop = "SaveOptions\\TGA\\BottomToTop";
+inline constexpr std::string_view TgaRightToLeft = "SaveOptions\\TGA\\RightToLeft";
+inline constexpr std::string_view TgaInterlaceType = "SaveOptions\\TGA\\InterlaceType";
 }  // namespace saveKey
 
 // Every key a writer reads, with its kind and default.

@@ -1,0 +1,168 @@
+// Targa reading: netpbm's and ImageMagick's files of every type against the
+// tools' own decoding, hand-made headers for 15/16-bit pixels and map
+// entries, orientation, runs across rows and refusals, and truncation.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "core/Errors.h"
+#include "formats/Identify.h"
+#include "formats/pnm/PnmReader.h"
+#include "formats/tga/TgaReader.h"
+#include "formats/tga/TgaWriter.h"
+#include "support/ImageTestUtil.h"
+
+namespace vivark {
+namespace {
+
+using namespace test;
+using namespace std::string_view_literals;
+
+const std::string kGood = std::string(VIVARK_TEST_DATA) + "/formats/tga/good/";
+
+struct Bytes {
+    std::string s;
+    Bytes& u8(uint8_t v) { return s.push_back(char(v)), *this; }
+    Bytes& u16(uint16_t v) { return u8(uint8_t(v)).u8(uint8_t(v >> 8)); }
+    Bytes& raw(std::string_view t) { return s.append(t), *this; }
+};
+
+Bytes header(uint8_t mapType, uint8_t type, uint16_t mapLength, uint8_t entryBits, uint16_t width,
+             uint16_t height, uint8_t depth, uint8_t descriptor) {
+    Bytes b;
+    b.u8(0).u8(mapType).u8(type).u16(0).u16(mapLength).u8(entryBits);
+    return b.u16(0).u16(0).u16(width).u16(height).u8(depth).u8(descriptor), b;
+}
+
+TEST(Tga, ToolFilesOfEveryTypeMatchTheirReferencePixmaps) {
+    const struct {
+        const char* tga;
+        const char* reference;
+        uint32_t bits;
+    } cases[] = {
+        {"nb-cmap.tga", "nb-cmap.ppm", 8},          {"nb-cmap-rle.tga", "nb-cmap-rle.ppm", 8},
+        {"nb-rgb.tga", "nb-rgb.ppm", 24},           {"nb-rgb-rle.tga", "nb-rgb-rle.ppm", 24},
+        {"im-rgb-top.tga", "im-rgb-top.ppm", 24},   {"im-rgb-rle.tga", "im-rgb-rle.ppm", 24},
+        {"im-rgba-rle.tga", "im-rgba-rle.ppm", 24}, {"im-cmap.tga", "im-cmap.ppm", 8},
+        {"im-grey-rle.tga", "im-grey-rle.ppm", 8},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.tga);
+        const Image image = readFromBytes(readWholeFile(kGood + c.tga), makeTgaReader);
+        const Image reference = readFromBytes(readWholeFile(kGood + c.reference), makePnmReader);
+        EXPECT_EQ(image.bitsPerPixel(), c.bits);
+        EXPECT_EQ(tagText(image.formatTag), "TGA ");
+        EXPECT_TRUE(samePixels(image, reference));
+    }
+}
+
+TEST(Tga, OrientationBitsPlaceRowsAndColumns) {
+    // 2×2 grey pixels 1 2 / 3 4 in stored order.
+    const struct {
+        uint8_t descriptor;
+        uint8_t topLeft, topRight, bottomLeft;
+    } cases[] = {
+        {0x20, 1, 2, 3},  // top to bottom, left to right
+        {0x00, 3, 4, 1},  // bottom to top
+        {0x30, 2, 1, 4},  // top to bottom, right to left
+        {0x10, 4, 3, 2},  // bottom to top, right to left
+    };
+    for (const auto& c : cases) {
+        const std::string file =
+            header(0, 3, 0, 0, 2, 2, 8, c.descriptor).raw("\x01\x02\x03\x04"sv).s;
+        const Image image = readFromBytes(file, makeTgaReader);
+        EXPECT_EQ(image.plane.row(0)[0], c.topLeft) << int(c.descriptor);
+        EXPECT_EQ(image.plane.row(0)[1], c.topRight) << int(c.descriptor);
+        EXPECT_EQ(image.plane.row(1)[0], c.bottomLeft) << int(c.descriptor);
+    }
+}
+
+TEST(Tga, SixteenBitPixelsAndMapEntriesWidenTheirFiveBitChannels) {
+    // Type 2, 16 bits, 2×1 top-down: pure red 0x7C00 and 0x0421 (1,1,1).
+    const std::string rgb16 = header(0, 2, 0, 0, 2, 1, 16, 0x20).raw("\x00\x7C\x21\x04"sv).s;
+    const Image a = readFromBytes(rgb16, makeTgaReader);
+    EXPECT_EQ(colourAt(a, 0, 0), rgb(255, 0, 0));
+    EXPECT_EQ(colourAt(a, 1, 0), rgb(8, 8, 8));
+    // Type 9 with a 15-bit map of two entries; a run of 3 crosses into row 2.
+    const std::string cmap = header(1, 9, 2, 15, 2, 2, 8, 0x20)
+                                 .raw("\xE0\x03\x1F\x00"sv)  // green, blue
+                                 .raw("\x82\x01\x00\x00"sv)  // run of 3 ones, literal zero
+                                 .s;
+    const Image b = readFromBytes(cmap, makeTgaReader);
+    EXPECT_EQ(colourAt(b, 0, 0), rgb(0, 0, 255));
+    EXPECT_EQ(colourAt(b, 0, 1), rgb(0, 0, 255));
+    EXPECT_EQ(colourAt(b, 1, 1), rgb(0, 255, 0));
+}
+
+TEST(Tga, MalformedHeadersAreRefusedWithTheirError) {
+    const struct {
+        const char* what;
+        Bytes head;
+        TGAERROR expected;
+    } cases[] = {
+        {"257 map entries", header(1, 1, 257, 24, 2, 2, 8, 0), TGAERROR::ColourMapTooLarge},
+        {"interleave 3", header(0, 2, 0, 0, 2, 2, 24, 0xC0), TGAERROR::InvalidFile},
+        {"map type 2", header(2, 2, 0, 0, 2, 2, 24, 0), TGAERROR::InvalidFile},
+        {"depth 12", header(0, 2, 0, 0, 2, 2, 12, 0), TGAERROR::InvalidFile},
+        {"type 4", header(0, 4, 0, 0, 2, 2, 8, 0), TGAERROR::InvalidFile},
+        {"zero width", header(0, 2, 0, 0, 0, 2, 24, 0), TGAERROR::DataIntegrity},
+        {"no map for type 1", header(0, 1, 0, 0, 2, 2, 8, 0), TGAERROR::UnsupportedMapFormat},
+        {"map entries of 12", header(1, 1, 2, 12, 2, 2, 8, 0), TGAERROR::UnsupportedMapFormat},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        try {
+            readFromBytes(c.head.s + std::string(2000, '\x01'), makeTgaReader);
+            FAIL() << "accepted";
+        } catch (TGAERROR e) {
+            EXPECT_EQ(e, c.expected);
+        }
+    }
+}
+
+TEST(Tga, ColourMappedTypeWithoutAMapIsNotIdentified) {
+    std::string file = header(0, 1, 0, 0, 2, 2, 8, 0).s + std::string(4, '\0');
+    auto in = InFile::overMemory({reinterpret_cast<const uint8_t*>(file.data()), file.size()});
+    EXPECT_FALSE(identifyTga(*in, nullptr));
+}
+
+TEST(Tga, OurFilesRoundTripUnderEverySetting) {
+    StoredSaveOptions stored;
+    Image grey = patternImage(21, 6, 8);
+    grey.setGreyPalette();
+    for (int settings = 0; settings < 16; ++settings) {
+        SaveOptionOverlay options(stored);
+        options.set(saveKey::TgaEncode, settings & 1);
+        options.set(saveKey::TgaBottomToTop, settings >> 1 & 1);
+        options.set(saveKey::TgaRightToLeft, settings >> 2 & 1);
+        options.set(saveKey::TgaInterlaceType, settings >> 3 & 1);
+        for (uint32_t bits : {1u, 4u, 8u, 24u, 0u}) {
+            SCOPED_TRACE(testing::Message() << "settings " << settings << ", bits " << bits);
+            const Image original = bits == 0 ? grey : patternImage(150, 7, bits);
+            const std::string file = writeToBytes(original, writeTga, options);
+            EXPECT_EQ(uint8_t(file[17]) & 0x30,
+                      (settings & 2 ? 0 : 0x20) | (settings & 4 ? 0x10 : 0));
+            const Image back = readFromBytes(file, makeTgaReader);
+            EXPECT_TRUE(samePixels(back, original));
+        }
+    }
+}
+
+TEST(Tga, EveryTruncationFailsCleanlyThroughSmallBuffers) {
+    for (const char* name :
+         {"nb-cmap-rle.tga", "nb-rgb.tga", "im-rgba-rle.tga", "im-grey-rle.tga"}) {
+        const std::string sample = readWholeFile(kGood + name);
+        for (size_t cut = 0; cut < sample.size(); ++cut) {
+            try {
+                readFromBytes(std::string_view(sample).substr(0, cut), makeTgaReader, {},
+                              cut % 3 + 1);
+            } catch (TGAERROR) {
+            } catch (INFILEERROR e) {
+                EXPECT_EQ(e, INFILEERROR::UnexpectedEnd);
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace vivark
