@@ -11,6 +11,7 @@
 #include "core/Errors.h"
 #include "formats/Identify.h"
 #include "formats/bmp/BmpReader.h"
+#include "formats/jpeg/JpegReader.h"
 #include "formats/pnm/PnmReader.h"
 
 namespace vivark {
@@ -18,7 +19,7 @@ namespace {
 
 const std::array<FormatEntry, 33> kFormats = {{
     {"Graphics Interchange Format", makeTag("GIF "), identifyGif, nullptr},
-    {"JPEG File Interchange Format", makeTag("JFIF"), identifyJpeg, nullptr},
+    {"JPEG File Interchange Format", makeTag("JFIF"), identifyJpeg, makeJpegReader},
     {"Portable Network Graphics", makeTag("PNG "), identifyPng, nullptr},
     {"Tagged Image File Format", makeTag("TIFF"), identifyTiff, nullptr},
     {"Adobe Photoshop Document", makeTag("PSD "), identifyPsd, nullptr},

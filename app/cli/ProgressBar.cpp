@@ -6,7 +6,9 @@
 namespace vivark::cli {
 
 ProgressBar::ProgressBar(std::string label, std::FILE* stream, bool force)
-    : label_(std::move(label)), stream_(stream), visible_(force || ::isatty(::fileno(stream)) == 1) {}
+    : label_(std::move(label)),
+      stream_(stream),
+      visible_(force || ::isatty(::fileno(stream)) == 1) {}
 
 bool ProgressBar::progress(uint32_t done, uint32_t total) {
     if (!visible_ || total == 0) return false;

@@ -13,7 +13,7 @@
 namespace vivark::cli {
 
 class ProgressBar final : public ProgressCallback {
-public:
+  public:
     // `label` precedes the bar (usually the file name). `stream` defaults to
     // stderr; the bar is shown only when it is a terminal, or when `force` is set.
     explicit ProgressBar(std::string label, std::FILE* stream = stderr, bool force = false);
@@ -25,7 +25,7 @@ public:
 
     bool visible() const { return visible_; }
 
-private:
+  private:
     std::string label_;
     std::FILE* stream_;
     bool visible_;
