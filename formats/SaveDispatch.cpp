@@ -6,6 +6,7 @@
 #include "core/SafeOutFile.h"
 #include "formats/DepthConvert.h"
 #include "formats/bmp/BmpWriter.h"
+#include "formats/jpeg/JpegWriter.h"
 #include "formats/pnm/PnmWriter.h"
 
 namespace vivark {
@@ -60,6 +61,13 @@ const WriterEntry kWriters[] = {
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
      writePortableAnymap},
+    {"JPEG File Interchange Format",
+     {"jpg", "jpeg", "jfif"},
+     {"jpg", "jpeg", "jfif"},
+     makeTag("JFIF"),
+     depthSet({8, 24}),
+     ColourNeed::Any,
+     writeJfif},
 };
 
 bool sameIgnoringCase(std::string_view a, std::string_view b) {

@@ -17,6 +17,11 @@ constexpr SaveOptionKey kKeys[] = {
     {saveKey::PgmRawData, SaveOptionKind::Boolean, 1},
     {saveKey::PpmRawData, SaveOptionKind::Boolean, 1},
     {saveKey::PnmRawData, SaveOptionKind::Boolean, 1},
+    {saveKey::JfifQuality, SaveOptionKind::Integer, 75},
+    {saveKey::JfifSmooth, SaveOptionKind::Integer, 0},
+    {saveKey::JfifEntropy, SaveOptionKind::Boolean, 1},
+    {saveKey::JfifProgressive, SaveOptionKind::Boolean, 0},
+    {saveKey::JfifExif, SaveOptionKind::Boolean, 1},
 };
 
 constexpr std::string_view kPrefix = "SaveOptions\\";

@@ -41,6 +41,11 @@ inline constexpr std::string_view PbmRawData = "SaveOptions\\PBM\\RawData";
 inline constexpr std::string_view PgmRawData = "SaveOptions\\PGM\\RawData";
 inline constexpr std::string_view PpmRawData = "SaveOptions\\PPM\\RawData";
 inline constexpr std::string_view PnmRawData = "SaveOptions\\PNM\\RawData";
+inline constexpr std::string_view JfifQuality = "SaveOptions\\JFIF\\Quality";
+inline constexpr std::string_view JfifSmooth = "SaveOptions\\JFIF\\Smooth";
+inline constexpr std::string_view JfifEntropy = "SaveOptions\\JFIF\\Entropy";
+inline constexpr std::string_view JfifProgressive = "SaveOptions\\JFIF\\Progressive";
+inline constexpr std::string_view JfifExif = "SaveOptions\\JFIF\\Exif";
 }  // namespace saveKey
 
 // Every key a writer reads, with its kind and default.

@@ -119,6 +119,39 @@ void memorySkip(j_decompress_ptr cinfo, long count) {
     cinfo->src->bytes_in_buffer -= n;
 }
 
+JpegOutFileDestination& destinationOf(j_compress_ptr cinfo) {
+    return *reinterpret_cast<JpegOutFileDestination*>(cinfo->dest);
+}
+
+void handSpace(JpegOutFileDestination& destination) {
+    auto space = destination.file->space();
+    destination.manager.next_output_byte = space.data();
+    destination.manager.free_in_buffer = space.size();
+    destination.handed = space.size();
+}
+
+void initDestination(j_compress_ptr) {}
+
+boolean emptyOutput(j_compress_ptr cinfo) {
+    JpegOutFileDestination& destination = destinationOf(cinfo);
+    JpegErrorState& state = stateOf(reinterpret_cast<j_common_ptr>(cinfo));
+    destination.file->advance(destination.handed);
+    destination.handed = 0;
+    try {
+        handSpace(destination);
+    } catch (...) {
+        state.pending = std::current_exception();
+    }
+    if (state.pending) std::longjmp(state.jump, 1);
+    return TRUE;
+}
+
+void termDestination(j_compress_ptr cinfo) {
+    JpegOutFileDestination& destination = destinationOf(cinfo);
+    destination.file->advance(destination.handed - destination.manager.free_in_buffer);
+    destination.handed = destination.manager.free_in_buffer = 0;
+}
+
 std::string_view libraryText(MessageId id) {
     static const std::array<std::string, kMessageSlots> texts = [] {
         std::array<std::string, kMessageSlots> all;
@@ -213,6 +246,22 @@ void attachJpegMemorySource(j_decompress_ptr cinfo, jpeg_source_mgr& manager,
 JpegDecompressor::JpegDecompressor(ProgressCallback* progress) {
     state.attach(reinterpret_cast<j_common_ptr>(&cinfo), false, progress);
     guarded(state, [this] { jpeg_create_decompress(&cinfo); });
+    cinfo.client_data = &state;
+    if (progress != nullptr) cinfo.progress = &state.progressManager;
+}
+
+void JpegOutFileDestination::attach(j_compress_ptr cinfo, OutFile& out) {
+    file = &out;
+    manager.init_destination = initDestination;
+    manager.empty_output_buffer = emptyOutput;
+    manager.term_destination = termDestination;
+    handSpace(*this);
+    cinfo->dest = &manager;
+}
+
+JpegCompressor::JpegCompressor(ProgressCallback* progress) {
+    state.attach(reinterpret_cast<j_common_ptr>(&cinfo), true, progress);
+    guarded(state, [this] { jpeg_create_compress(&cinfo); });
     cinfo.client_data = &state;
     if (progress != nullptr) cinfo.progress = &state.progressManager;
 }

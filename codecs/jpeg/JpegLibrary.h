@@ -15,10 +15,10 @@
 // code (id - 11041) through a jpeg_error_mgr at run time.
 #pragma once
 
+#include <csetjmp>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <csetjmp>
 #include <exception>
 #include <span>
 
@@ -26,6 +26,7 @@
 
 #include "core/InFile.h"
 #include "core/Messages.h"
+#include "core/OutFile.h"
 #include "core/Progress.h"
 
 namespace vivark {
@@ -43,8 +44,8 @@ struct JpegErrorState {
     jpeg_progress_mgr progressManager{};
     std::jmp_buf jump{};
     bool compressing = false;
-    int errorCode = -1;     // library code of the error that ended a step
-    int lastMessage = 0;    // library code of the last warning (0: none)
+    int errorCode = -1;   // library code of the error that ended a step
+    int lastMessage = 0;  // library code of the last warning (0: none)
     bool cancelled = false;
     ProgressCallback* progress = nullptr;
     std::exception_ptr pending;  // an InFile or OutFile failure under a manager
@@ -64,7 +65,9 @@ bool runGuarded(JpegErrorState& state, void (*step)(void*), void* arg);
 template <class Step>
 void guarded(JpegErrorState& state, Step&& step) {
     using S = std::remove_reference_t<Step>;
-    if (!runGuarded(state, [](void* p) { (*static_cast<S*>(p))(); }, &step)) state.raise();
+    if (!runGuarded(
+            state, [](void* p) { (*static_cast<S*>(p))(); }, &step))
+        state.raise();
 }
 
 // Reads from the InFile's own buffer without copying. At end of file the
@@ -95,6 +98,29 @@ class JpegDecompressor {
     JpegDecompressor& operator=(const JpegDecompressor&) = delete;
 
     jpeg_decompress_struct cinfo{};
+    JpegErrorState state;
+};
+
+// Writes into the OutFile's own buffer (space()/advance()), so compressed
+// bytes are not copied again; a failing OutFile ends the step through the
+// error path and its exception is thrown after the library returns.
+struct JpegOutFileDestination {
+    jpeg_destination_mgr manager{};
+    OutFile* file = nullptr;
+    size_t handed = 0;
+
+    void attach(j_compress_ptr cinfo, OutFile& out);
+};
+
+// Owns a compressor; the destructor destroys it.
+class JpegCompressor {
+  public:
+    JpegCompressor(ProgressCallback* progress);
+    ~JpegCompressor() { jpeg_destroy_compress(&cinfo); }
+    JpegCompressor(const JpegCompressor&) = delete;
+    JpegCompressor& operator=(const JpegCompressor&) = delete;
+
+    jpeg_compress_struct cinfo{};
     JpegErrorState state;
 };
 

@@ -15,7 +15,7 @@
 namespace vivark {
 
 struct ExifOrientation {
-    uint8_t value = 1;     // 1..255 as stored; 1 to 8 are meaningful
+    uint8_t value = 1;       // 1..255 as stored; 1 to 8 are meaningful
     size_t entryOffset = 0;  // where the 12-byte entry starts in the block
     bool bigEndian = false;
 };

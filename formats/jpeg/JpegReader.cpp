@@ -31,14 +31,22 @@ struct Placement {
 
 Placement placementFor(uint8_t orientation) {
     switch (orientation) {
-        case 2: return {false, true, false};
-        case 3: return {false, true, true};
-        case 4: return {false, false, true};
-        case 5: return {true, false, false};
-        case 6: return {true, false, true};
-        case 7: return {true, true, true};
-        case 8: return {true, true, false};
-        default: return {};
+        case 2:
+            return {false, true, false};
+        case 3:
+            return {false, true, true};
+        case 4:
+            return {false, false, true};
+        case 5:
+            return {true, false, false};
+        case 6:
+            return {true, false, true};
+        case 7:
+            return {true, true, true};
+        case 8:
+            return {true, true, false};
+        default:
+            return {};
     }
 }
 
@@ -175,8 +183,8 @@ void JpegReader::read(Image& image, const ReadOptions& options) {
     guarded(d.state, [&] { jpeg_finish_decompress(&c); });
     source.settle();
 
-    if (c.saw_JFIF_marker && image.resolution.unit == ResolutionUnit::None &&
-        c.X_density != 0 && c.Y_density != 0) {
+    if (c.saw_JFIF_marker && image.resolution.unit == ResolutionUnit::None && c.X_density != 0 &&
+        c.Y_density != 0) {
         const double scale = c.density_unit == 2 ? 100.0 : 1.0;
         result.resolution.x = c.X_density * scale;
         result.resolution.y = c.Y_density * scale;

@@ -80,8 +80,10 @@ Bytes withExif(const Bytes& file, uint16_t orientation, bool big) {
     put16(tiff, 1);
     put16(tiff, 0x0112);
     put16(tiff, 3);
-    if (big) put16(tiff, 0), put16(tiff, 1);
-    else put16(tiff, 1), put16(tiff, 0);
+    if (big)
+        put16(tiff, 0), put16(tiff, 1);
+    else
+        put16(tiff, 1), put16(tiff, 0);
     put16(tiff, orientation);
     put16(tiff, 0);
     put16(tiff, 0), put16(tiff, 0);
@@ -155,14 +157,30 @@ TEST(JpegReader, EveryExifOrientationGivesTheUprightPicture) {
     using Source = std::pair<int, int> (*)(int u, int v);
     const Source sources[9] = {
         nullptr,
-        [](int u, int v) { return std::pair{u, v}; },
-        [](int u, int v) { return std::pair{w - 1 - u, v}; },
-        [](int u, int v) { return std::pair{w - 1 - u, h - 1 - v}; },
-        [](int u, int v) { return std::pair{u, h - 1 - v}; },
-        [](int u, int v) { return std::pair{v, u}; },                  // transpose
-        [](int u, int v) { return std::pair{v, h - 1 - u}; },          // turned 90 clockwise
-        [](int u, int v) { return std::pair{w - 1 - v, h - 1 - u}; },  // transverse
-        [](int u, int v) { return std::pair{w - 1 - v, u}; },          // turned 270 clockwise
+        [](int u, int v) {
+            return std::pair{u, v};
+        },
+        [](int u, int v) {
+            return std::pair{w - 1 - u, v};
+        },
+        [](int u, int v) {
+            return std::pair{w - 1 - u, h - 1 - v};
+        },
+        [](int u, int v) {
+            return std::pair{u, h - 1 - v};
+        },
+        [](int u, int v) {
+            return std::pair{v, u};
+        },  // transpose
+        [](int u, int v) {
+            return std::pair{v, h - 1 - u};
+        },  // turned 90 clockwise
+        [](int u, int v) {
+            return std::pair{w - 1 - v, h - 1 - u};
+        },  // transverse
+        [](int u, int v) {
+            return std::pair{w - 1 - v, u};
+        },  // turned 270 clockwise
     };
     for (int o = 1; o <= 8; ++o)
         for (bool big : {false, true}) {
@@ -208,9 +226,7 @@ TEST(JpegExif, RefusedOrientationsAndReset) {
 
 TEST(JpegReader, PreviewScalesDown) {
     const Bytes file = compress(160, 96, TJSAMP_420, TJFLAG_PROGRESSIVE);
-    const struct {
-        uint32_t size, width;
-    } cases[] = {{80, 160}, {40, 80}, {20, 40}, {10, 20}};
+    const struct { uint32_t size, width; } cases[] = {{80, 160}, {40, 80}, {20, 40}, {10, 20}};
     for (const auto& c : cases) {
         ReadOptions options;
         options.previewSize = c.size;
