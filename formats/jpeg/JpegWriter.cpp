@@ -79,9 +79,8 @@ void writeJfif(const Image& image, OutFile& out, const SaveOptions& options,
     if (!image.comment.empty()) {
         const size_t length = std::min(image.comment.size(), kMaxComment);
         const auto* text = reinterpret_cast<const JOCTET*>(image.comment.data());
-        guarded(compressor.state, [&] {
-            jpeg_write_marker(&c, JPEG_COM, text, static_cast<unsigned>(length));
-        });
+        guarded(compressor.state,
+                [&] { jpeg_write_marker(&c, JPEG_COM, text, static_cast<unsigned>(length)); });
     }
 
     std::vector<uint8_t> row(size_t{width} * (grey ? 1 : 3));

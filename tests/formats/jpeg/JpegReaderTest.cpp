@@ -1,6 +1,6 @@
 // The JFIF reader against TurboJPEG's own decode of files made here, the EXIF
 // orientations, the orientation lookup's refusals, and library errors and
-// warnings as the system's values.
+// warnings as the system's values; lossless transforms against tjTransform.
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
 
@@ -11,7 +11,9 @@
 #include "core/Messages.h"
 #include "formats/jpeg/JpegExif.h"
 #include "formats/jpeg/JpegReader.h"
+#include "formats/jpeg/JpegTransform.h"
 #include "support/ImageTestUtil.h"
+#include "support/TempDir.h"
 
 namespace vivark {
 namespace {
@@ -260,6 +262,97 @@ TEST(JpegReader, CorruptFilesGiveTheLibrarysMessage) {
     options.limits.maxWidth = 10;
     auto in = InFile::overMemory(file);
     EXPECT_THROW(makeJpegReader(*in)->read(limited, options), IMAGEERROR);
+}
+
+// TurboJPEG's own transform of `file`, decoded.
+Bytes turboTransformed(const Bytes& file, int op, int& w, int& h) {
+    tjhandle tj = tjInitTransform();
+    unsigned char* out = nullptr;
+    unsigned long size = 0;
+    tjtransform t{};
+    t.op = op;
+    t.options = TJXOPT_TRIM;
+    EXPECT_EQ(tjTransform(tj, file.data(), file.size(), 1, &out, &size, &t, 0), 0);
+    Bytes result(out, out + size);
+    tjFree(out);
+    tjDestroy(tj);
+    return reference(result, w, h);
+}
+
+Bytes readBytes(const std::filesystem::path& path) {
+    const std::string text = readWholeFile(path);
+    return Bytes(text.begin(), text.end());
+}
+
+std::filesystem::path put(const TempDir& dir, const char* name, const Bytes& bytes) {
+    return dir.write(name,
+                     std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+}
+
+TEST(JpegTransform, EveryCodeMatchesTurboJpeg) {
+    const int ops[8] = {0,           TJXOP_HFLIP,  TJXOP_VFLIP, TJXOP_TRANSPOSE, TJXOP_TRANSVERSE,
+                        TJXOP_ROT90, TJXOP_ROT180, TJXOP_ROT270};
+    TempDir dir;
+    for (int flags : {0, TJFLAG_PROGRESSIVE}) {
+        const Bytes file = compress(37, 29, TJSAMP_420, flags);
+        for (int code = 1; code <= 7; ++code) {
+            SCOPED_TRACE(code);
+            const auto path = put(dir, "t.jpg", file);
+            const auto result = transformLossless(path, JpegTransformCode(code));
+            ASSERT_TRUE(result.success) << result.text;
+            EXPECT_TRUE(result.written);
+            const Bytes ours = readBytes(path);
+            int w = 0, h = 0, tw = 0, th = 0;
+            const Bytes mine = reference(ours, w, h);
+            const Bytes theirs = turboTransformed(file, ops[code], tw, th);
+            EXPECT_EQ(w, tw);
+            EXPECT_EQ(h, th);
+            EXPECT_TRUE(mine == theirs);
+            EXPECT_EQ(ours[3] == 0xE0, true);  // markers copied
+        }
+    }
+}
+
+TEST(JpegTransform, AutomaticModeFollowsExif) {
+    TempDir dir;
+    const Bytes plain = compress(32, 16, TJSAMP_444, 0);
+    for (const Bytes& untouched : {plain, withExif(plain, 1, false), withExif(plain, 9, true)}) {
+        const auto path = put(dir, "a.jpg", untouched);
+        const auto result = transformLossless(path, JpegTransformCode::Automatic);
+        EXPECT_TRUE(result.success);
+        EXPECT_FALSE(result.written);
+        EXPECT_EQ(readBytes(path), untouched);
+    }
+    for (bool big : {false, true}) {
+        const auto path = put(dir, "b.jpg", withExif(plain, 6, big));
+        const auto result = transformLossless(path, JpegTransformCode::Automatic);
+        ASSERT_TRUE(result.success);
+        EXPECT_TRUE(result.written);
+        const Image turned = decode(readBytes(path));
+        EXPECT_EQ(turned.width(), 16u);
+        ASSERT_TRUE(turned.exif);
+        auto found = findExifOrientation(*turned.exif);
+        ASSERT_TRUE(found);
+        const uint8_t* e = turned.exif->data() + found->entryOffset;
+        const Bytes entry(e + 2, e + 10);
+        EXPECT_EQ(entry, big ? (Bytes{0, 3, 0, 0, 0, 1, 0, 1}) : (Bytes{3, 0, 1, 0, 0, 0, 1, 0}));
+    }
+}
+
+TEST(JpegTransform, FailureLeavesTheSourceAlone) {
+    TempDir dir;
+    Bytes broken = compress(32, 16, TJSAMP_444, 0);
+    broken.resize(40);
+    const auto path = put(dir, "c.jpg", broken);
+    EXPECT_FALSE(transformLossless(path, JpegTransformCode::Rotate90).success);
+    EXPECT_EQ(readBytes(path), broken);
+
+    const Bytes good = compress(32, 16, TJSAMP_444, 0);
+    const auto kept = put(dir, "d.jpg", good);
+    ProgressFunction cancel([](uint32_t, uint32_t) { return true; });
+    EXPECT_FALSE(transformLossless(kept, JpegTransformCode::Rotate180, &cancel).success);
+    EXPECT_EQ(readBytes(kept), good);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 2);
 }
 
 }  // namespace

@@ -97,8 +97,8 @@ TEST(JpegWriter, ComponentsAndSettings) {
 
 TEST(JpegWriter, ExifReplacesJfifAndIsUpright) {
     Image image = patternImage(16, 8, 24);
-    const uint8_t tiff[] = {'I', 'I', 0x2A, 0, 8, 0, 0, 0, 1, 0, 0x12, 0x01, 3, 0,
-                            1,   0,   0,    0, 6, 0, 0, 0, 0, 0, 0,    0};
+    const uint8_t tiff[] = {'I', 'I', 0x2A, 0, 8, 0, 0, 0, 1, 0, 0x12, 0x01, 3,
+                            0,   1,   0,    0, 0, 6, 0, 0, 0, 0, 0,    0,    0};
     image.exif = std::make_shared<std::vector<uint8_t>>(std::begin(tiff), std::end(tiff));
     image.comment = std::string(70000, 'c');
     image.resolution = {3000, 6000, ResolutionUnit::PerMetre};
