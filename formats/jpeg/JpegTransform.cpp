@@ -58,7 +58,8 @@ Segments scanSegments(std::span<const uint8_t> file) {
         if (marker == 0xE1 && !found.exif) {
             auto block = exifBlockOfApp1(file.subspan(p + 4, length - 2));
             if (!block.empty())
-                found.exif = std::pair{static_cast<size_t>(block.data() - file.data()), block.size()};
+                found.exif =
+                    std::pair{static_cast<size_t>(block.data() - file.data()), block.size()};
         }
         p += 2 + length;
     }
@@ -67,14 +68,22 @@ Segments scanSegments(std::span<const uint8_t> file) {
 
 int operationOf(JpegTransformCode code) {
     switch (code) {
-        case JpegTransformCode::FlipHorizontal: return TJXOP_HFLIP;
-        case JpegTransformCode::FlipVertical: return TJXOP_VFLIP;
-        case JpegTransformCode::Transpose: return TJXOP_TRANSPOSE;
-        case JpegTransformCode::Transverse: return TJXOP_TRANSVERSE;
-        case JpegTransformCode::Rotate90: return TJXOP_ROT90;
-        case JpegTransformCode::Rotate180: return TJXOP_ROT180;
-        case JpegTransformCode::Rotate270: return TJXOP_ROT270;
-        default: return TJXOP_NONE;
+        case JpegTransformCode::FlipHorizontal:
+            return TJXOP_HFLIP;
+        case JpegTransformCode::FlipVertical:
+            return TJXOP_VFLIP;
+        case JpegTransformCode::Transpose:
+            return TJXOP_TRANSPOSE;
+        case JpegTransformCode::Transverse:
+            return TJXOP_TRANSVERSE;
+        case JpegTransformCode::Rotate90:
+            return TJXOP_ROT90;
+        case JpegTransformCode::Rotate180:
+            return TJXOP_ROT180;
+        case JpegTransformCode::Rotate270:
+            return TJXOP_ROT270;
+        default:
+            return TJXOP_NONE;
     }
 }
 
@@ -95,14 +104,22 @@ bool writeAll(int fd, std::span<const uint8_t> bytes) {
 
 JpegTransformCode transformForOrientation(int orientation) {
     switch (orientation) {
-        case 2: return JpegTransformCode::FlipHorizontal;
-        case 3: return JpegTransformCode::Rotate180;
-        case 4: return JpegTransformCode::FlipVertical;
-        case 5: return JpegTransformCode::Transpose;
-        case 6: return JpegTransformCode::Rotate90;
-        case 7: return JpegTransformCode::Transverse;
-        case 8: return JpegTransformCode::Rotate270;
-        default: return JpegTransformCode::Automatic;
+        case 2:
+            return JpegTransformCode::FlipHorizontal;
+        case 3:
+            return JpegTransformCode::Rotate180;
+        case 4:
+            return JpegTransformCode::FlipVertical;
+        case 5:
+            return JpegTransformCode::Transpose;
+        case 6:
+            return JpegTransformCode::Rotate90;
+        case 7:
+            return JpegTransformCode::Transverse;
+        case 8:
+            return JpegTransformCode::Rotate270;
+        default:
+            return JpegTransformCode::Automatic;
     }
 }
 
@@ -121,7 +138,8 @@ JpegTransformResult transformLossless(const std::filesystem::path& path, JpegTra
     const bool automatic = code == JpegTransformCode::Automatic;
     if (automatic) {
         if (!segments.exif) return {true, false, msg::None, {}};
-        auto block = std::span<const uint8_t>(source).subspan(segments.exif->first, segments.exif->second);
+        auto block =
+            std::span<const uint8_t>(source).subspan(segments.exif->first, segments.exif->second);
         auto orientation = findExifOrientation(block);
         if (!orientation) return {true, false, msg::None, {}};
         code = transformForOrientation(orientation->value);
@@ -134,9 +152,8 @@ JpegTransformResult transformLossless(const std::filesystem::path& path, JpegTra
     tjtransform transform{};
     transform.op = operationOf(code);
     transform.options = TJXOPT_TRIM | (segments.progressive ? TJXOPT_PROGRESSIVE : 0);
-    if (tj.handle == nullptr ||
-        tjTransform(tj.handle, source.data(), source.size(), 1, &output.data, &outputSize,
-                    &transform, 0) != 0)
+    if (tj.handle == nullptr || tjTransform(tj.handle, source.data(), source.size(), 1,
+                                            &output.data, &outputSize, &transform, 0) != 0)
         return {false, false, msg::None, tj.handle ? tjGetErrorStr2(tj.handle) : "TurboJPEG"};
 
     std::span<uint8_t> result(output.data, outputSize);

@@ -36,7 +36,7 @@ enum class JpegTransformCode : int {
 
 struct JpegTransformResult {
     bool success = false;
-    bool written = false;  // false when automatic mode found nothing to do
+    bool written = false;           // false when automatic mode found nothing to do
     MessageId message = msg::None;  // CannotCreateTemp or CannotReplaceFile, or a read failure
     std::string text;               // the message for the user, name filled in
 };

@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "app/cli/Cli.h"
 #include "core/Errors.h"
 #include "core/Messages.h"
 #include "formats/jpeg/JpegExif.h"
@@ -353,6 +355,34 @@ TEST(JpegTransform, FailureLeavesTheSourceAlone) {
     EXPECT_FALSE(transformLossless(kept, JpegTransformCode::Rotate180, &cancel).success);
     EXPECT_EQ(readBytes(kept), good);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 2);
+}
+
+TEST(JpegTransform, CommandLine) {
+    TempDir dir;
+    const Bytes file = compress(32, 16, TJSAMP_444, 0);
+    const struct {
+        std::vector<std::string> args;
+        int status;
+        int width;
+    } cases[] = {
+        {{"--rotate", "90"}, 0, 16},
+        {{"--flip", "h"}, 0, 32},
+        {{"--auto"}, 0, 32},
+        {{"--transpose", "--flip", "v"}, 2, 32},
+        {{}, 2, 32},
+        {{"--rotate", "45"}, 2, 32},
+    };
+    for (const auto& c : cases) {
+        const auto path = put(dir, "e.jpg", file);
+        std::vector<std::string> storage = {"vivark", "jpeg-transform"};
+        storage.insert(storage.end(), c.args.begin(), c.args.end());
+        storage.push_back(path.string());
+        std::vector<char*> argv;
+        for (std::string& arg : storage) argv.push_back(arg.data());
+        std::ostringstream out, err;
+        EXPECT_EQ(cli::run(int(argv.size()), argv.data(), out, err), c.status) << err.str();
+        EXPECT_EQ(decode(readBytes(path)).width(), uint32_t(c.width));
+    }
 }
 
 }  // namespace
