@@ -43,7 +43,8 @@ int runTransform(const TransformOptions& o, CommandContext& context) {
         const JpegTransformResult result = transformLossless(file, chosen.front());
         if (!result.success) {
             context.err << file << ": "
-                        << (result.text.empty() ? std::string("transformation failed") : result.text)
+                        << (result.text.empty() ? std::string("transformation failed")
+                                                : result.text)
                         << "\n";
             status = 1;
         } else if (!result.written) {
