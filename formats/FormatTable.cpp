@@ -13,6 +13,7 @@
 #include "formats/bmp/BmpReader.h"
 #include "formats/gif/GifReader.h"
 #include "formats/pcx/PcxReader.h"
+#include "formats/jpeg/JpegReader.h"
 #include "formats/pnm/PnmReader.h"
 #include "formats/tga/TgaReader.h"
 
@@ -21,7 +22,7 @@ namespace {
 
 const std::array<FormatEntry, 33> kFormats = {{
     {"Graphics Interchange Format", makeTag("GIF "), identifyGif, makeGifReader},
-    {"JPEG File Interchange Format", makeTag("JFIF"), identifyJpeg, nullptr},
+    {"JPEG File Interchange Format", makeTag("JFIF"), identifyJpeg, makeJpegReader},
     {"Portable Network Graphics", makeTag("PNG "), identifyPng, nullptr},
     {"Tagged Image File Format", makeTag("TIFF"), identifyTiff, nullptr},
     {"Adobe Photoshop Document", makeTag("PSD "), identifyPsd, nullptr},

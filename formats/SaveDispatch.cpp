@@ -8,6 +8,7 @@
 #include "formats/bmp/BmpWriter.h"
 #include "formats/gif/GifWriter.h"
 #include "formats/pcx/PcxWriter.h"
+#include "formats/jpeg/JpegWriter.h"
 #include "formats/pnm/PnmWriter.h"
 #include "formats/tga/TgaWriter.h"
 
@@ -91,6 +92,13 @@ const WriterEntry kWriters[] = {
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
      writePortableAnymap},
+    {"JPEG File Interchange Format",
+     {"jpg", "jpeg", "jfif"},
+     {"jpg", "jpeg", "jfif"},
+     makeTag("JFIF"),
+     depthSet({8, 24}),
+     ColourNeed::Any,
+     writeJfif},
 };
 
 bool sameIgnoringCase(std::string_view a, std::string_view b) {

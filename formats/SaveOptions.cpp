@@ -28,6 +28,11 @@ constexpr SaveOptionKey kKeys[] = {
     {saveKey::TgaBottomToTop, SaveOptionKind::Boolean, 0},
     {saveKey::TgaRightToLeft, SaveOptionKind::Boolean, 0},
     {saveKey::TgaInterlaceType, SaveOptionKind::Integer, 0},
+    {saveKey::JfifQuality, SaveOptionKind::Integer, 75},
+    {saveKey::JfifSmooth, SaveOptionKind::Integer, 0},
+    {saveKey::JfifEntropy, SaveOptionKind::Boolean, 1},
+    {saveKey::JfifProgressive, SaveOptionKind::Boolean, 0},
+    {saveKey::JfifExif, SaveOptionKind::Boolean, 1},
 };
 
 constexpr std::string_view kPrefix = "SaveOptions\\";

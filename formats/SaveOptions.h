@@ -52,6 +52,11 @@ inline constexpr std::string_view TgaEncode = "SaveOptions\\TGA\\Encode";
 inline constexpr std::string_view TgaBottomToTop = "SaveOptions\\TGA\\BottomToTop";
 inline constexpr std::string_view TgaRightToLeft = "SaveOptions\\TGA\\RightToLeft";
 inline constexpr std::string_view TgaInterlaceType = "SaveOptions\\TGA\\InterlaceType";
+inline constexpr std::string_view JfifQuality = "SaveOptions\\JFIF\\Quality";
+inline constexpr std::string_view JfifSmooth = "SaveOptions\\JFIF\\Smooth";
+inline constexpr std::string_view JfifEntropy = "SaveOptions\\JFIF\\Entropy";
+inline constexpr std::string_view JfifProgressive = "SaveOptions\\JFIF\\Progressive";
+inline constexpr std::string_view JfifExif = "SaveOptions\\JFIF\\Exif";
 }  // namespace saveKey
 
 // Every key a writer reads, with its kind and default.

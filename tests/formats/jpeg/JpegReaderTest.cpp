@@ -1,0 +1,389 @@
+// The JFIF reader against TurboJPEG's own decode of files made here, the EXIF
+// orientations, the orientation lookup's refusals, and library errors and
+// warnings as the system's values; lossless transforms against tjTransform.
+#include <gtest/gtest.h>
+#include <turbojpeg.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "app/cli/Cli.h"
+#include "core/Errors.h"
+#include "core/Messages.h"
+#include "formats/jpeg/JpegExif.h"
+#include "formats/jpeg/JpegReader.h"
+#include "formats/jpeg/JpegTransform.h"
+#include "support/ImageTestUtil.h"
+#include "support/TempDir.h"
+
+namespace vivark {
+namespace {
+
+using namespace test;
+using Bytes = std::vector<uint8_t>;
+
+// A picture of w x h RGB samples with gradients and a sharp corner mark.
+Bytes picture(int w, int h) {
+    Bytes rgb(size_t(w) * h * 3);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            uint8_t* p = &rgb[(size_t(y) * w + x) * 3];
+            const bool mark = x < w / 3 && y < h / 4;
+            p[0] = mark ? 250 : uint8_t(x * 255 / w);
+            p[1] = mark ? 10 : uint8_t(y * 255 / h);
+            p[2] = uint8_t((x * y) & 0xFF);
+        }
+    return rgb;
+}
+
+Bytes compress(int w, int h, int subsamp, int flags, bool grey = false) {
+    Bytes rgb = picture(w, h);
+    tjhandle tj = tjInitCompress();
+    unsigned char* out = nullptr;
+    unsigned long size = 0;
+    if (grey) subsamp = TJSAMP_GRAY;
+    EXPECT_EQ(tjCompress2(tj, rgb.data(), w, 0, h, TJPF_RGB, &out, &size, subsamp, 85, flags), 0)
+        << tjGetErrorStr2(tj);
+    Bytes file(out, out + size);
+    tjFree(out);
+    tjDestroy(tj);
+    return file;
+}
+
+// TurboJPEG's decode: RGB, or grey expanded to RGB.
+Bytes reference(const Bytes& file, int& w, int& h) {
+    tjhandle tj = tjInitDecompress();
+    int sub = 0, space = 0;
+    tjDecompressHeader3(tj, file.data(), file.size(), &w, &h, &sub, &space);
+    Bytes rgb(size_t(w) * h * 3);
+    EXPECT_EQ(tjDecompress2(tj, file.data(), file.size(), rgb.data(), w, 0, h, TJPF_RGB, 0), 0);
+    tjDestroy(tj);
+    return rgb;
+}
+
+Image decode(const Bytes& file, ReadOptions options = {}, size_t buffer = 0) {
+    auto in = InFile::overMemory(file, buffer);
+    Image image;
+    makeJpegReader(*in)->read(image, options);
+    return image;
+}
+
+Colour refAt(const Bytes& samples, int w, int x, int y) {
+    const uint8_t* p = &samples[(size_t(y) * w + x) * 3];
+    return rgb(p[0], p[1], p[2]);
+}
+
+// SOI, an EXIF APP1 holding one orientation entry, then the rest of `file`.
+Bytes withExif(const Bytes& file, uint16_t orientation, bool big) {
+    auto put16 = [big](Bytes& b, uint16_t v) {
+        b.push_back(uint8_t(big ? v >> 8 : v & 0xFF));
+        b.push_back(uint8_t(big ? v & 0xFF : v >> 8));
+    };
+    Bytes tiff = big ? Bytes{'M', 'M', 0, 0x2A, 0, 0, 0, 8} : Bytes{'I', 'I', 0x2A, 0, 8, 0, 0, 0};
+    put16(tiff, 1);
+    put16(tiff, 0x0112);
+    put16(tiff, 3);
+    if (big)
+        put16(tiff, 0), put16(tiff, 1);
+    else
+        put16(tiff, 1), put16(tiff, 0);
+    put16(tiff, orientation);
+    put16(tiff, 0);
+    put16(tiff, 0), put16(tiff, 0);
+    Bytes out = {0xFF, 0xD8, 0xFF, 0xE1};
+    const size_t length = tiff.size() + 8;
+    out.push_back(uint8_t(length >> 8));
+    out.push_back(uint8_t(length & 0xFF));
+    static const uint8_t kExif[6] = {'E', 'x', 'i', 'f', 0, 0};
+    for (uint8_t b : kExif) out.push_back(b);
+    for (uint8_t b : tiff) out.push_back(b);
+    for (size_t i = 2; i < file.size(); ++i) out.push_back(file[i]);
+    return out;
+}
+
+TEST(JpegReader, MatchesTurboJpegDecode) {
+    const struct {
+        const char* name;
+        int w, h, subsamp, flags;
+        bool grey;
+    } cases[] = {
+        {"4:4:4", 33, 17, TJSAMP_444, 0, false},
+        {"4:2:0 odd size", 37, 29, TJSAMP_420, 0, false},
+        {"4:2:2", 64, 48, TJSAMP_422, 0, false},
+        {"greyscale", 31, 9, TJSAMP_GRAY, 0, true},
+        {"progressive", 70, 45, TJSAMP_420, TJFLAG_PROGRESSIVE, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Bytes file = compress(c.w, c.h, c.subsamp, c.flags, c.grey);
+        int w = 0, h = 0;
+        const Bytes ref = reference(file, w, h);
+        for (size_t buffer : {size_t{0}, size_t{16}}) {
+            const Image image = decode(file, {}, buffer);
+            ASSERT_EQ(image.width(), uint32_t(w));
+            ASSERT_EQ(image.height(), uint32_t(h));
+            EXPECT_EQ(image.bitsPerPixel(), c.grey ? 8u : 24u);
+            EXPECT_EQ(image.formatTag, makeTag("JFIF"));
+            bool same = true;
+            for (int y = 0; y < h && same; ++y)
+                for (int x = 0; x < w && same; ++x) {
+                    same = colourAt(image, x, y) == refAt(ref, w, x, y);
+                    EXPECT_TRUE(same) << x << "," << y;
+                }
+        }
+    }
+}
+
+TEST(JpegReader, ProgressivePassesAreReportedAndCancelStops) {
+    const Bytes file = compress(40, 24, TJSAMP_420, TJFLAG_PROGRESSIVE);
+    uint32_t rows = 0;
+    ProgressFunction count([&](uint32_t, uint32_t total) {
+        rows += total != 0;
+        return false;
+    });
+    ReadOptions options;
+    options.progress = &count;
+    decode(file, options);
+    EXPECT_GT(rows, 24u * 2);  // more than one pass was shown
+
+    ProgressFunction stop([](uint32_t, uint32_t) { return true; });
+    options.progress = &stop;
+    EXPECT_THROW(decode(file, options), INFILEERROR);
+}
+
+TEST(JpegReader, EveryExifOrientationGivesTheUprightPicture) {
+    const int w = 24, h = 16;
+    const Bytes file = compress(w, h, TJSAMP_444, 0);
+    int rw = 0, rh = 0;
+    const Bytes ref = reference(file, rw, rh);
+    // Where upright pixel (u, v) comes from in the stored picture.
+    using Source = std::pair<int, int> (*)(int u, int v);
+    const Source sources[9] = {
+        nullptr,
+        [](int u, int v) {
+            return std::pair{u, v};
+        },
+        [](int u, int v) {
+            return std::pair{w - 1 - u, v};
+        },
+        [](int u, int v) {
+            return std::pair{w - 1 - u, h - 1 - v};
+        },
+        [](int u, int v) {
+            return std::pair{u, h - 1 - v};
+        },
+        [](int u, int v) {
+            return std::pair{v, u};
+        },  // transpose
+        [](int u, int v) {
+            return std::pair{v, h - 1 - u};
+        },  // turned 90 clockwise
+        [](int u, int v) {
+            return std::pair{w - 1 - v, h - 1 - u};
+        },  // transverse
+        [](int u, int v) {
+            return std::pair{w - 1 - v, u};
+        },  // turned 270 clockwise
+    };
+    for (int o = 1; o <= 8; ++o)
+        for (bool big : {false, true}) {
+            SCOPED_TRACE(o);
+            const Image image = decode(withExif(file, uint16_t(o), big));
+            const bool swap = o >= 5;
+            ASSERT_EQ(image.width(), uint32_t(swap ? h : w));
+            ASSERT_EQ(image.height(), uint32_t(swap ? w : h));
+            ASSERT_TRUE(image.exif);
+            int wrong = 0;
+            for (uint32_t v = 0; v < image.height(); ++v)
+                for (uint32_t u = 0; u < image.width(); ++u) {
+                    auto [x, y] = sources[o](int(u), int(v));
+                    wrong += colourAt(image, u, v) != refAt(ref, w, x, y);
+                }
+            EXPECT_EQ(wrong, 0);
+        }
+}
+
+TEST(JpegExif, RefusedOrientationsAndReset) {
+    const Bytes file = compress(8, 8, TJSAMP_444, 0);
+    auto blockOf = [](const Bytes& jpeg) {
+        return Bytes(jpeg.begin() + 12, jpeg.begin() + 12 + 26);
+    };
+    EXPECT_EQ(findExifOrientation(blockOf(withExif(file, 6, false)))->value, 6);
+    EXPECT_FALSE(findExifOrientation(blockOf(withExif(file, 0x0106, true))));
+    EXPECT_FALSE(findExifOrientation(blockOf(withExif(file, 0x0106, false))));
+    Bytes far = blockOf(withExif(file, 6, true));
+    far[5] = 1;  // IFD offset 0x00010008
+    EXPECT_FALSE(findExifOrientation(far));
+    EXPECT_FALSE(findExifOrientation(Bytes(11, 0)));
+
+    for (bool big : {false, true}) {
+        Bytes block = blockOf(withExif(file, 8, big));
+        auto found = findExifOrientation(block);
+        ASSERT_TRUE(found);
+        resetExifOrientation(block, *found);
+        const Bytes expect = big ? Bytes{0x01, 0x12, 0, 3, 0, 0, 0, 1, 0, 1, 0, 0}
+                                 : Bytes{0x12, 0x01, 3, 0, 1, 0, 0, 0, 1, 0, 0, 0};
+        EXPECT_EQ(Bytes(block.begin() + 10, block.begin() + 22), expect);
+    }
+}
+
+TEST(JpegReader, PreviewScalesDown) {
+    const Bytes file = compress(160, 96, TJSAMP_420, TJFLAG_PROGRESSIVE);
+    const struct { uint32_t size, width; } cases[] = {{80, 160}, {40, 80}, {20, 40}, {10, 20}};
+    for (const auto& c : cases) {
+        ReadOptions options;
+        options.previewSize = c.size;
+        EXPECT_EQ(decode(file, options).width(), c.width) << c.size;
+    }
+}
+
+TEST(JpegReader, CorruptFilesGiveTheLibrarysMessage) {
+    // A frame header whose length is too short for its fields.
+    const Bytes bad = {0xFF, 0xD8, 0xFF, 0xC0, 0x00, 0x04, 0x08, 0x00, 0xFF, 0xD9};
+    try {
+        decode(bad);
+        FAIL() << "no error";
+    } catch (JFIFERROR e) {
+        const MessageId id = 11000 + static_cast<uint32_t>(e);
+        EXPECT_GE(id, msg::JpegLibraryFirst);
+        EXPECT_LE(id, msg::JpegLibraryLast);
+        EXPECT_FALSE(messageText(id).empty());
+    }
+
+    // A truncated file decodes what it has and keeps the library's warning.
+    Bytes file = compress(64, 64, TJSAMP_420, 0);
+    file.resize(file.size() / 2);
+    const Image image = decode(file);
+    ASSERT_EQ(image.info.size(), 1u);
+    EXPECT_EQ(std::string(image.info[0].family->name), "JFIFInfo");
+    EXPECT_FALSE(image.info[0].valueText().empty());
+
+    Image limited;
+    ReadOptions options;
+    options.limits.maxWidth = 10;
+    auto in = InFile::overMemory(file);
+    EXPECT_THROW(makeJpegReader(*in)->read(limited, options), IMAGEERROR);
+}
+
+// TurboJPEG's own transform of `file`, decoded.
+Bytes turboTransformed(const Bytes& file, int op, int& w, int& h) {
+    tjhandle tj = tjInitTransform();
+    unsigned char* out = nullptr;
+    unsigned long size = 0;
+    tjtransform t{};
+    t.op = op;
+    t.options = TJXOPT_TRIM;
+    EXPECT_EQ(tjTransform(tj, file.data(), file.size(), 1, &out, &size, &t, 0), 0);
+    Bytes result(out, out + size);
+    tjFree(out);
+    tjDestroy(tj);
+    return reference(result, w, h);
+}
+
+Bytes readBytes(const std::filesystem::path& path) {
+    const std::string text = readWholeFile(path);
+    return Bytes(text.begin(), text.end());
+}
+
+std::filesystem::path put(const TempDir& dir, const char* name, const Bytes& bytes) {
+    return dir.write(name,
+                     std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+}
+
+TEST(JpegTransform, EveryCodeMatchesTurboJpeg) {
+    const int ops[8] = {0,           TJXOP_HFLIP,  TJXOP_VFLIP, TJXOP_TRANSPOSE, TJXOP_TRANSVERSE,
+                        TJXOP_ROT90, TJXOP_ROT180, TJXOP_ROT270};
+    TempDir dir;
+    for (int flags : {0, TJFLAG_PROGRESSIVE}) {
+        const Bytes file = compress(37, 29, TJSAMP_420, flags);
+        for (int code = 1; code <= 7; ++code) {
+            SCOPED_TRACE(code);
+            const auto path = put(dir, "t.jpg", file);
+            const auto result = transformLossless(path, JpegTransformCode(code));
+            ASSERT_TRUE(result.success) << result.text;
+            EXPECT_TRUE(result.written);
+            const Bytes ours = readBytes(path);
+            int w = 0, h = 0, tw = 0, th = 0;
+            const Bytes mine = reference(ours, w, h);
+            const Bytes theirs = turboTransformed(file, ops[code], tw, th);
+            EXPECT_EQ(w, tw);
+            EXPECT_EQ(h, th);
+            EXPECT_TRUE(mine == theirs);
+            EXPECT_EQ(ours[3] == 0xE0, true);  // markers copied
+        }
+    }
+}
+
+TEST(JpegTransform, AutomaticModeFollowsExif) {
+    TempDir dir;
+    const Bytes plain = compress(32, 16, TJSAMP_444, 0);
+    for (const Bytes& untouched : {plain, withExif(plain, 1, false), withExif(plain, 9, true)}) {
+        const auto path = put(dir, "a.jpg", untouched);
+        const auto result = transformLossless(path, JpegTransformCode::Automatic);
+        EXPECT_TRUE(result.success);
+        EXPECT_FALSE(result.written);
+        EXPECT_EQ(readBytes(path), untouched);
+    }
+    for (bool big : {false, true}) {
+        const auto path = put(dir, "b.jpg", withExif(plain, 6, big));
+        const auto result = transformLossless(path, JpegTransformCode::Automatic);
+        ASSERT_TRUE(result.success);
+        EXPECT_TRUE(result.written);
+        const Image turned = decode(readBytes(path));
+        EXPECT_EQ(turned.width(), 16u);
+        ASSERT_TRUE(turned.exif);
+        auto found = findExifOrientation(*turned.exif);
+        ASSERT_TRUE(found);
+        const uint8_t* e = turned.exif->data() + found->entryOffset;
+        const Bytes entry(e + 2, e + 10);
+        EXPECT_EQ(entry, big ? (Bytes{0, 3, 0, 0, 0, 1, 0, 1}) : (Bytes{3, 0, 1, 0, 0, 0, 1, 0}));
+    }
+}
+
+TEST(JpegTransform, FailureLeavesTheSourceAlone) {
+    TempDir dir;
+    Bytes broken = compress(32, 16, TJSAMP_444, 0);
+    broken.resize(40);
+    const auto path = put(dir, "c.jpg", broken);
+    EXPECT_FALSE(transformLossless(path, JpegTransformCode::Rotate90).success);
+    EXPECT_EQ(readBytes(path), broken);
+
+    const Bytes good = compress(32, 16, TJSAMP_444, 0);
+    const auto kept = put(dir, "d.jpg", good);
+    ProgressFunction cancel([](uint32_t, uint32_t) { return true; });
+    EXPECT_FALSE(transformLossless(kept, JpegTransformCode::Rotate180, &cancel).success);
+    EXPECT_EQ(readBytes(kept), good);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 2);
+}
+
+TEST(JpegTransform, CommandLine) {
+    TempDir dir;
+    const Bytes file = compress(32, 16, TJSAMP_444, 0);
+    const struct {
+        std::vector<std::string> args;
+        int status;
+        int width;
+    } cases[] = {
+        {{"--rotate", "90"}, 0, 16},
+        {{"--flip", "h"}, 0, 32},
+        {{"--auto"}, 0, 32},
+        {{"--transpose", "--flip", "v"}, 2, 32},
+        {{}, 2, 32},
+        {{"--rotate", "45"}, 2, 32},
+    };
+    for (const auto& c : cases) {
+        const auto path = put(dir, "e.jpg", file);
+        std::vector<std::string> storage = {"vivark", "jpeg-transform"};
+        storage.insert(storage.end(), c.args.begin(), c.args.end());
+        storage.push_back(path.string());
+        std::vector<char*> argv;
+        for (std::string& arg : storage) argv.push_back(arg.data());
+        std::ostringstream out, err;
+        EXPECT_EQ(cli::run(int(argv.size()), argv.data(), out, err), c.status) << err.str();
+        EXPECT_EQ(decode(readBytes(path)).width(), uint32_t(c.width));
+    }
+}
+
+}  // namespace
+}  // namespace vivark
