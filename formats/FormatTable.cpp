@@ -12,8 +12,8 @@
 #include "formats/Identify.h"
 #include "formats/bmp/BmpReader.h"
 #include "formats/gif/GifReader.h"
-#include "formats/pcx/PcxReader.h"
 #include "formats/jpeg/JpegReader.h"
+#include "formats/pcx/PcxReader.h"
 #include "formats/pnm/PnmReader.h"
 #include "formats/tga/TgaReader.h"
 

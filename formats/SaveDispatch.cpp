@@ -7,8 +7,8 @@
 #include "formats/DepthConvert.h"
 #include "formats/bmp/BmpWriter.h"
 #include "formats/gif/GifWriter.h"
-#include "formats/pcx/PcxWriter.h"
 #include "formats/jpeg/JpegWriter.h"
+#include "formats/pcx/PcxWriter.h"
 #include "formats/pnm/PnmWriter.h"
 #include "formats/tga/TgaWriter.h"
 
