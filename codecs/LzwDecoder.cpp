@@ -67,7 +67,7 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
         size_t pending = static_cast<size_t>(stackEnd - sp);
         size_t room = static_cast<size_t>(outEnd - out);
         size_t n = pending < room ? pending : room;
-        std::memcpy(out, sp, n);
+        if (n != 0) std::memcpy(out, sp, n);
         out += n;
         sp += n;
     };

@@ -44,7 +44,7 @@ class ByteSource {
         while (count != 0) {
             if (cursor == end) refill();
             size_t n = available() < count ? available() : count;
-            std::memcpy(destination, cursor, n);
+            if (n != 0) std::memcpy(destination, cursor, n);
             cursor += n;
             destination += n;
             count -= n;

@@ -71,7 +71,7 @@ void InFile::read(void* destination, size_t count) {
     for (;;) {
         size_t available = static_cast<size_t>(end_ - current_);
         size_t n = std::min(available, count);
-        std::memcpy(out, current_, n);
+        if (n != 0) std::memcpy(out, current_, n);
         current_ += n;
         out += n;
         count -= n;

@@ -52,7 +52,7 @@ void OutFile::write(const void* data, size_t count) {
     while (count != 0) {
         if (current_ == limit_) flush();
         size_t n = std::min(count, static_cast<size_t>(limit_ - current_));
-        std::memcpy(current_, in, n);
+        if (n != 0) std::memcpy(current_, in, n);
         current_ += n;
         in += n;
         count -= n;
