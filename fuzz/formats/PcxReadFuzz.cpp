@@ -1,40 +1,19 @@
 // Fuzzes the PCX and DCX readers over arbitrary bytes. The last input byte
-// picks the InFile buffer size (1 to 256 bytes); the byte before it picks the
-// reader (low bit: DCX) and the DCX page (the other bits, plus 1). Pixel
-// memory is capped at 64 MiB through the read limits, and every pixel and
-// palette byte of a decoded image is touched so MemorySanitizer sees it.
+// picks the InFile buffer size, the byte before it the reader (bit 0: DCX)
+// and the DCX page; the rest is in fuzz/ReaderFuzz.h.
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 
-#include "core/Errors.h"
-#include "core/InFile.h"
 #include "formats/pcx/PcxReader.h"
+#include "fuzz/ReaderFuzz.h"
 
 using namespace vivark;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2) return 0;
-    const size_t bufferSize = size_t{data[size - 1]} + 1;
     const uint8_t choice = data[size - 2];
-    auto file = InFile::overMemory(std::span<const uint8_t>(data, size - 2), bufferSize);
-    ReadOptions options;
-    options.limits.maxBytes = 64u << 20;
-    Image image;
-    image.pageNumber = (choice >> 1) + 1u;
-    try {
-        auto reader = (choice & 1) != 0 ? makeDcxReader(*file) : makePcxReader(*file);
-        reader->read(image, options);
-    } catch (PCXERROR) {
-        return 0;
-    } catch (INFILEERROR) {
-        return 0;
-    } catch (IMAGEERROR) {
-        return 0;
-    }
-    uint32_t sum = 0;
-    for (uint32_t i = 0; i < image.plane.dataSize(); ++i) sum += image.plane.data()[i];
-    for (Colour c : image.palette.entries) sum += c;
-    if (image.plane.dataSize() > options.limits.maxBytes) std::abort();
-    return static_cast<int>(sum & 0);
+    return fuzz::readImage(std::span<const uint8_t>(data, size - 2), size_t{data[size - 1]} + 1,
+                           (choice >> 1) + 1u, [choice](InFile& file) {
+                               return (choice & 1) != 0 ? makeDcxReader(file) : makePcxReader(file);
+                           });
 }

@@ -13,12 +13,12 @@
 namespace vivark {
 namespace {
 
-using test::GifFileSpec;
+using test::GifFileLayout;
 using test::GifFrameSpec;
 
-std::string gifBytes(const GifFileSpec& spec) {
+std::string gifBytes(const GifFileLayout& layout) {
     test::TempDir dir;
-    test::writeGifWithGiflib(dir / "t.gif", spec);
+    test::writeGifWithGiflib(dir / "t.gif", layout);
     return test::readWholeFile(dir / "t.gif");
 }
 
@@ -42,16 +42,16 @@ class GifSingleImage : public ::testing::TestWithParam<SingleCase> {};
 
 TEST_P(GifSingleImage, IndicesAndPaletteMatchWhatGiflibWrote) {
     const SingleCase& c = GetParam();
-    GifFileSpec spec;
-    spec.gif89 = c.gif89;
-    spec.width = c.width;
-    spec.height = c.height;
+    GifFileLayout layout;
+    layout.gif89 = c.gif89;
+    layout.width = c.width;
+    layout.height = c.height;
     GifFrameSpec frame = test::gifFrame(0, 0, c.width, c.height,
                                         test::noiseIndices(c.width, c.height, c.colours, 7));
     frame.interlaced = c.interlaced;
-    (c.local ? frame.localTable : spec.globalTable) = test::rampTable(c.colours);
-    spec.frames.push_back(frame);
-    const std::string bytes = gifBytes(spec);
+    (c.local ? frame.localTable : layout.globalTable) = test::rampTable(c.colours);
+    layout.frames.push_back(frame);
+    const std::string bytes = gifBytes(layout);
     for (size_t bufferSize : {size_t{0}, size_t{17}}) {
         Image image = readGif(bytes, 1, bufferSize);
         ASSERT_EQ(image.width(), c.width);
@@ -80,13 +80,13 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(GifReader, FirstFrameBeyondTheScreenGrowsTheCanvas) {
-    GifFileSpec spec;
-    spec.width = 8;
-    spec.height = 4;
-    spec.globalTable = test::rampTable(4);
-    spec.background = 3;
-    spec.frames.push_back(test::gifFrame(2, 1, 10, 5, std::vector<uint8_t>(50, 1)));
-    Image image = readGif(gifBytes(spec));
+    GifFileLayout layout;
+    layout.width = 8;
+    layout.height = 4;
+    layout.globalTable = test::rampTable(4);
+    layout.background = 3;
+    layout.frames.push_back(test::gifFrame(2, 1, 10, 5, std::vector<uint8_t>(50, 1)));
+    Image image = readGif(gifBytes(layout));
     EXPECT_EQ(image.width(), 12u);
     EXPECT_EQ(image.height(), 6u);
     EXPECT_EQ(image.plane.row(0)[0], 3);   // background outside the frame
@@ -96,14 +96,14 @@ TEST(GifReader, FirstFrameBeyondTheScreenGrowsTheCanvas) {
 
 // Frame 1 fills a 6x6 screen with 1; frame 2 (2x2 at 1,1, transparent 0)
 // draws 2 except its top-left pixel; frame 3 (2x2 at 3,3) draws 3.
-GifFileSpec threeFrames(int secondDisposal, bool thirdHasLocalTable) {
-    GifFileSpec spec;
-    spec.width = 6;
-    spec.height = 6;
-    spec.globalTable = test::rampTable(4);
-    spec.background = 0;
-    spec.loopCount = 0;
-    spec.comment = "made by giflib";
+GifFileLayout threeFrames(int secondDisposal, bool thirdHasLocalTable) {
+    GifFileLayout layout;
+    layout.width = 6;
+    layout.height = 6;
+    layout.globalTable = test::rampTable(4);
+    layout.background = 0;
+    layout.loopCount = 0;
+    layout.comment = "made by giflib";
     GifFrameSpec first = test::gifFrame(0, 0, 6, 6, std::vector<uint8_t>(36, 1));
     first.disposal = 1;
     first.delay = 7;
@@ -113,8 +113,8 @@ GifFileSpec threeFrames(int secondDisposal, bool thirdHasLocalTable) {
     GifFrameSpec third = test::gifFrame(3, 3, 2, 2, {3, 3, 3, 3});
     if (thirdHasLocalTable)
         third.localTable = {rgb(1, 2, 3), rgb(4, 5, 6), rgb(7, 8, 9), rgb(10, 20, 30)};
-    spec.frames = {first, second, third};
-    return spec;
+    layout.frames = {first, second, third};
+    return layout;
 }
 
 TEST(GifReader, AnimationRecordsFramesLoopCommentAndInfo) {

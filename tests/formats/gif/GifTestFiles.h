@@ -24,7 +24,7 @@ struct GifFrameSpec {
     int delay = 0;
 };
 
-struct GifFileSpec {
+struct GifFileLayout {
     bool gif89 = true;
     uint32_t width = 0, height = 0;
     std::vector<Colour> globalTable;
@@ -51,23 +51,24 @@ inline ColorMapObject* makeMap(const std::vector<Colour>& table) {
     return GifMakeMapObject(static_cast<int>(colours.size()), colours.data());
 }
 
-inline void writeGifWithGiflib(const std::filesystem::path& path, const GifFileSpec& spec) {
+inline void writeGifWithGiflib(const std::filesystem::path& path, const GifFileLayout& layout) {
     int error = 0;
     GifFileType* gif = EGifOpenFileName(path.c_str(), false, &error);
     ASSERT_NE(gif, nullptr);
-    EGifSetGifVersion(gif, spec.gif89);
-    ColorMapObject* global = spec.globalTable.empty() ? nullptr : makeMap(spec.globalTable);
-    ASSERT_EQ(EGifPutScreenDesc(gif, spec.width, spec.height, 8, spec.background, global), GIF_OK);
+    EGifSetGifVersion(gif, layout.gif89);
+    ColorMapObject* global = layout.globalTable.empty() ? nullptr : makeMap(layout.globalTable);
+    ASSERT_EQ(EGifPutScreenDesc(gif, layout.width, layout.height, 8, layout.background, global),
+              GIF_OK);
     if (global) GifFreeMapObject(global);
-    if (!spec.comment.empty()) EGifPutComment(gif, spec.comment.c_str());
-    if (spec.loopCount >= 0) {
+    if (!layout.comment.empty()) EGifPutComment(gif, layout.comment.c_str());
+    if (layout.loopCount >= 0) {
         EGifPutExtensionLeader(gif, APPLICATION_EXT_FUNC_CODE);
         EGifPutExtensionBlock(gif, 11, "NETSCAPE2.0");
-        uint8_t loop[3] = {1, uint8_t(spec.loopCount), uint8_t(spec.loopCount >> 8)};
+        uint8_t loop[3] = {1, uint8_t(layout.loopCount), uint8_t(layout.loopCount >> 8)};
         EGifPutExtensionBlock(gif, 3, loop);
         EGifPutExtensionTrailer(gif);
     }
-    for (const GifFrameSpec& f : spec.frames) {
+    for (const GifFrameSpec& f : layout.frames) {
         if (f.disposal >= 0) {
             uint8_t gce[4] = {uint8_t(f.disposal << 2 | (f.transparent >= 0 ? 1 : 0)),
                               uint8_t(f.delay), uint8_t(f.delay >> 8),
