@@ -54,6 +54,16 @@ class Image {
     Image(Image&& other) noexcept = default;
     Image& operator=(Image&& other) noexcept = default;
 
+    // Takes over what a caller sets up before a load (page asked for, what to
+    // keep, how hard to search), so a reader that builds its result in a
+    // fresh Image hands those back unchanged.
+    void keepRequestOf(const Image& request) {
+        pageNumber = request.pageNumber;
+        keepInfo = request.keepInfo;
+        keepComment = request.keepComment;
+        loadMode = request.loadMode;
+    }
+
     uint32_t serial() const { return serial_; }
     uint32_t width() const { return plane.width(); }
     uint32_t height() const { return plane.height(); }

@@ -82,10 +82,7 @@ const FormatEntry* scanEmbedded(InFile& file, uint32_t scanBytes, FormatInfo* in
 // Replaces `image` by an empty one that keeps what the caller set up.
 void discardImage(Image& image, MessageId message) {
     Image empty;
-    empty.loadMode = image.loadMode;
-    empty.pageNumber = image.pageNumber;
-    empty.keepInfo = image.keepInfo;
-    empty.keepComment = image.keepComment;
+    empty.keepRequestOf(image);
     empty.loadMessage = message;
     image = std::move(empty);
 }

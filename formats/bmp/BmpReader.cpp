@@ -181,10 +181,7 @@ void readBitmapBody(InFile& file, const BmpHeader& h, int64_t pixelOffset, Image
     else
         readUncompressed(file, h, result, options);
 
-    result.keepInfo = image.keepInfo;
-    result.keepComment = image.keepComment;
-    result.loadMode = image.loadMode;
-    result.pageNumber = image.pageNumber;
+    result.keepRequestOf(image);
     image = std::move(result);
 }
 

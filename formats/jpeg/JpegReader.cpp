@@ -199,10 +199,7 @@ void JpegReader::read(Image& image, const ReadOptions& options) {
     if (d.state.lastMessage != 0 && image.keepInfo)
         result.info.push_back({&kJfifInfo, 0, jpegMessageId(d.state.lastMessage), {}});
     result.formatTag = makeTag("JFIF");
-    result.keepInfo = image.keepInfo;
-    result.keepComment = image.keepComment;
-    result.loadMode = image.loadMode;
-    result.pageNumber = image.pageNumber;
+    result.keepRequestOf(image);
     image = std::move(result);
 }
 

@@ -142,10 +142,7 @@ class PnmReader final : public ImageReader {
         result.formatTag = family == 0   ? makeTag("PBM ")
                            : family == 1 ? makeTag("PGM ")
                                          : makeTag("PPM ");
-        result.keepInfo = image.keepInfo;
-        result.keepComment = image.keepComment;
-        result.loadMode = image.loadMode;
-        result.pageNumber = image.pageNumber;
+        result.keepRequestOf(image);
         image = std::move(result);
     }
 };
