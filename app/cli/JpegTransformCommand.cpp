@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/cli/Command.h"
+#include "app/cli/Report.h"
 #include "formats/jpeg/JpegTransform.h"
 
 namespace vivark::cli {
@@ -42,10 +43,9 @@ int runTransform(const TransformOptions& o, CommandContext& context) {
     for (const std::string& file : o.files) {
         const JpegTransformResult result = transformLossless(file, chosen.front());
         if (!result.success) {
-            context.err << file << ": "
-                        << (result.text.empty() ? std::string("transformation failed")
-                                                : result.text)
-                        << "\n";
+            reportError(context.err, file,
+                        result.text.empty() ? std::string_view("transformation failed")
+                                            : std::string_view(result.text));
             status = 1;
         } else if (!result.written) {
             context.out << file << ": nothing to do\n";

@@ -12,6 +12,7 @@
 #include <span>
 #include <vector>
 
+#include "core/ErrorMapping.h"
 #include "core/InFile.h"
 #include "formats/jpeg/JpegExif.h"
 
@@ -132,7 +133,7 @@ JpegTransformResult transformLossless(const std::filesystem::path& path, JpegTra
         source.resize(static_cast<size_t>(in.size()));
         in.read(source.data(), source.size());
     } catch (...) {
-        return failed(msg::None, path.string());
+        return failed(loadMessageForCurrentException(), path.string());
     }
     const Segments segments = scanSegments(source);
     const bool automatic = code == JpegTransformCode::Automatic;
