@@ -119,17 +119,6 @@ TEST(ImagePalette, SetGreyPaletteWidensLevelsByBitReplication) {
     for (unsigned i = 0; i < 16; ++i) EXPECT_EQ(sixteen.palette[i], i * 0x111111u);
 }
 
-TEST(ImagePalette, SetGreyPaletteOf8BitsEqualsTheFullGreyScale) {
-    Image full(1, 1, 8), eight(1, 1, 8);
-    full.paletteCount = 2;
-    full.setGreyPalette();
-    eight.setGreyPalette(8);
-    EXPECT_EQ(full.paletteCount, 256u);
-    EXPECT_EQ(eight.paletteCount, 256u);
-    EXPECT_EQ(full.palette, eight.palette);
-    EXPECT_EQ(full.palette[200], 0xC8C8C8u);
-}
-
 TEST(ImagePalette, CountPaletteColoursCountsRepeatedColoursOnce) {
     struct Case {
         const char* what;

@@ -240,28 +240,6 @@ TEST(SaveMessages, WriterAndCreationFailuresGiveTheirTexts) {
               "Cannot save file a.gif");
 }
 
-TEST(Messages, GeneralMessagesHaveTheirFixedIdentifiers) {
-    struct Case {
-        MessageId id;
-        std::string_view text;
-    };
-    const Case cases[] = {
-        {11000, "Unrecognized file format"},
-        {11001, "Cannot open file"},
-        {11002, "Disk is write protected"},
-        {11003, "Disk is full"},
-        {11004, "Cannot create new folder"},
-        {11005, "File I/O error"},
-        {11006, "Unexpected end of file"},
-        {11007, "Unexpected binary data encountered in file"},
-        {11009, "Invalid or unsupported file"},
-        {11012, "Data integrity error"},
-        {11015, "An unknown error occurred"},
-        {11258, "Image dimension exceeds maximum supported size"},
-    };
-    for (const Case& c : cases) EXPECT_EQ(messageText(c.id), c.text) << c.id;
-}
-
 // Every identifier the two mappings give for values 0..63 of every error type.
 std::set<MessageId> mappedIdentifiers() {
     std::set<MessageId> ids;
