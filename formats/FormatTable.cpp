@@ -13,6 +13,7 @@
 #include "formats/bmp/BmpReader.h"
 #include "formats/gif/GifReader.h"
 #include "formats/jpeg/JpegReader.h"
+#include "formats/jpeg/SfwReader.h"
 #include "formats/pcx/PcxReader.h"
 #include "formats/pnm/PnmReader.h"
 #include "formats/tga/TgaReader.h"
@@ -34,7 +35,7 @@ const std::array<FormatEntry, 33> kFormats = {{
     {"Kodak Photo CD", makeTag("PCD "), identifyPcd, nullptr},
     {"slide show list", makeTag("SSHW"), identifySlideShow, nullptr},
     {"Structured Fax File", makeTag("SFF "), identifySff, nullptr},
-    {"Seattle FilmWorks", makeTag("SFW "), identifySfw, nullptr},
+    {"Seattle FilmWorks", makeTag("SFW "), identifySfw, makeSfwReader},
     {"SGI Image File Format", makeTag("SGI "), identifySgi, nullptr},
     {"Compuserve RLE", makeTag("RLEC"), identifyCompuserveRle, nullptr},
     {"Utah RLE", makeTag("RLEU"), identifyUtahRle, nullptr},

@@ -1,0 +1,140 @@
+// Seattle FilmWorks files built here by wrapping TurboJPEG's files the way the
+// film lab did (own header, moved marker codes, standard Huffman tables left
+// out, rows bottom line first), read through the format table and compared
+// with TurboJPEG's decode of the original.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "core/Errors.h"
+#include "formats/FormatTable.h"
+#include "formats/jpeg/JpegSamples.h"
+#include "formats/jpeg/SfwReader.h"
+#include "support/ImageTestUtil.h"
+
+namespace vivark {
+namespace {
+
+using namespace test;
+
+uint8_t filmLabMarker(uint8_t code) {
+    switch (code) {
+        case 0xD8:
+            return 0xC8;
+        case 0xE0:
+            return 0xD0;
+        case 0xDB:
+            return 0xCB;
+        case 0xC0:
+            return 0xA0;
+        case 0xC4:
+            return 0xA4;
+        case 0xDA:
+            return 0xCA;
+        case 0xD9:
+            return 0xC9;
+        default:
+            return code;
+    }
+}
+
+// `jpeg` (one scan) with the film lab's header and marker codes; the
+// Huffman table segments are dropped unless `keepHuffman`.
+JpegBytes sfwOf(const JpegBytes& jpeg, bool keepHuffman) {
+    JpegBytes out = {'S', 'F', 'W', '9', '4', 'A'};
+    out.resize(40, 0x11);
+    out.insert(out.end(), {0xFF, 0xC8});
+    size_t at = 2;
+    for (;;) {
+        const uint8_t code = jpeg[at + 1];
+        const size_t length = size_t{jpeg[at + 2]} << 8 | jpeg[at + 3];
+        if (code != 0xC4 || keepHuffman) {
+            out.insert(out.end(), {0xFF, filmLabMarker(code)});
+            out.insert(out.end(), jpeg.begin() + long(at + 2),
+                       jpeg.begin() + long(at + 2 + length));
+        }
+        at += 2 + length;
+        if (code == 0xDA) break;
+    }
+    out.insert(out.end(), jpeg.begin() + long(at), jpeg.end() - 2);
+    out.insert(out.end(), {0xFF, 0xC9});
+    return out;
+}
+
+Image load(const JpegBytes& file, size_t buffer, const FormatEntry** entry = nullptr) {
+    auto in = InFile::overMemory(file, buffer);
+    FormatInfo info;
+    const FormatEntry* found = identifyFormat(*in, &info);
+    if (entry != nullptr) *entry = found;
+    EXPECT_NE(found, nullptr);
+    EXPECT_NE(found->create, nullptr);
+    in->seek(0);
+    Image image;
+    found->create(*in)->read(image, {});
+    return image;
+}
+
+TEST(SfwReader, FilmLabFilesReadUprightThroughTheJfifReader) {
+    const struct {
+        const char* name;
+        int w, h, subsamp;
+        bool grey, keepHuffman;
+    } cases[] = {
+        {"4:2:0, standard tables left out", 41, 27, TJSAMP_420, false, false},
+        {"4:4:4, tables kept", 16, 16, TJSAMP_444, false, true},
+        {"greyscale", 9, 30, TJSAMP_GRAY, true, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const JpegBytes jpeg = turboCompress(c.w, c.h, c.subsamp, 0, c.grey);
+        int w = 0, h = 0;
+        const JpegBytes ref = turboDecode(jpeg, w, h);
+        const JpegBytes sfw = sfwOf(jpeg, c.keepHuffman);
+        for (size_t buffer : {size_t{0}, size_t{5}}) {
+            const FormatEntry* entry = nullptr;
+            const Image image = load(sfw, buffer, &entry);
+            ASSERT_NE(entry, nullptr);
+            EXPECT_EQ(tagText(entry->formatTag), "SFW ");
+            EXPECT_EQ(tagText(image.formatTag), "SFW ");
+            EXPECT_EQ(image.bitsPerPixel(), c.grey ? 8u : 24u);
+            ASSERT_EQ(image.width(), uint32_t(w));
+            ASSERT_EQ(image.height(), uint32_t(h));
+            int wrong = 0;
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) {
+                    const uint8_t* p = &ref[(size_t(h - 1 - y) * w + x) * 3];
+                    wrong += colourAt(image, x, y) != rgb(p[0], p[1], p[2]);
+                }
+            EXPECT_EQ(wrong, 0);
+        }
+    }
+}
+
+TEST(SfwReader, RestoresMarkersOnlyWhereMarkersBelong) {
+    // Restart markers (0xD0 to 0xD7) inside the scan keep their codes although
+    // 0xD0 is the film lab's APP0 in the headers; stuffed 0xFF 0x00 stays.
+    const JpegBytes sfw = {'S',  'F', 'W', '9', 0xFF, 0xC8, 0xFF, 0xD0, 0, 3,    7,   0xFF,
+                           0xCA, 0,   2,   1,   0xFF, 0x00, 0xFF, 0xD0, 2, 0xFF, 0xC9};
+    const JpegBytes expected = {0xFF, 0xD8, 0xFF, 0xE0, 0,    3,    7, 0xFF, 0xDA, 0,
+                                2,    1,    0xFF, 0x00, 0xFF, 0xD0, 2, 0xFF, 0xD9};
+    EXPECT_EQ(jpegOfSfw(sfw), expected);
+    EXPECT_TRUE(jpegOfSfw(JpegBytes(sfw.begin(), sfw.begin() + 6)).empty());
+    JpegBytes notSfw = sfw;
+    notSfw[3] = '8';
+    EXPECT_TRUE(jpegOfSfw(notSfw).empty());
+}
+
+TEST(SfwReader, MissingStreamAndCorruptStreamAreRefused) {
+    const std::string noStream = "SFW94A" + std::string(100, '\x22');
+    EXPECT_THROW(readFromBytes(noStream, makeSfwReader), JPEGERROR);
+    // A frame header cut short: the library's error comes through.
+    const JpegBytes jpeg = turboCompress(16, 16, TJSAMP_444, 0);
+    JpegBytes sfw = sfwOf(jpeg, false);
+    for (size_t i = 40; i + 1 < sfw.size(); ++i)
+        if (sfw[i] == 0xFF && sfw[i + 1] == 0xA0) sfw[i + 9] = 0;  // no components
+    const std::string bytes(sfw.begin(), sfw.end());
+    EXPECT_THROW(readFromBytes(bytes, makeSfwReader), JFIFERROR);
+}
+
+}  // namespace
+}  // namespace vivark
