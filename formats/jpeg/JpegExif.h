@@ -1,10 +1,13 @@
-// The orientation entry of an EXIF block: finding it, and rewriting it to
-// "upright" after the pixels were turned.
+// The entries of an EXIF block that change when the pixels do: the orientation
+// (finding it, and rewriting it to "upright" after the pixels were turned) and
+// the pixel dimensions of the Exif sub-directory.
 //
 // The block is the TIFF structure after the six bytes "Exif\0\0" of an APP1
-// marker. Only what the orientation needs is read: the byte order, the first
-// directory (offsets below 65536 only) and its 12-byte entries up to the end of
-// the block. An orientation whose high byte is not zero is no orientation.
+// marker. Only what these entries need is read: the byte order, the first
+// directory (offsets below 65536 only), the Exif sub-directory it points to and
+// their 12-byte entries up to the end of the block. An orientation whose high
+// byte is not zero is no orientation. Nothing here throws: a block that does
+// not hold an entry is left as it is.
 #pragma once
 
 #include <cstddef>
@@ -24,6 +27,11 @@ std::optional<ExifOrientation> findExifOrientation(std::span<const uint8_t> tiff
 
 // Rewrites the entry found above as type SHORT, count 1, value 1.
 void resetExifOrientation(std::span<uint8_t> tiff, const ExifOrientation& found);
+
+// Sets the pixel dimensions (tags 0xA002 and 0xA003, SHORT or LONG, count 1)
+// of the Exif sub-directory to width and height, where the block has them; a
+// SHORT entry that cannot hold its new value becomes a LONG.
+void updateExifPixelSize(std::span<uint8_t> tiff, uint32_t width, uint32_t height);
 
 // The TIFF block of an APP1 marker's data, or an empty span when the data is
 // not an EXIF block.

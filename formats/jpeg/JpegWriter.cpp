@@ -47,6 +47,7 @@ void writeJfif(const Image& image, OutFile& out, const SaveOptions& options,
         exif.insert(exif.end(), image.exif->begin(), image.exif->end());
         std::span<uint8_t> block(exif.data() + 6, exif.size() - 6);
         if (auto found = findExifOrientation(block)) resetExifOrientation(block, *found);
+        updateExifPixelSize(block, width, height);
         if (exif.size() > 65533) exif.clear();
     }
 

@@ -6,9 +6,12 @@
 // the image's resolution; a comment becomes one COM marker of at most 65533
 // bytes. Library errors throw JFIFWRITEERROR::LibraryError.
 //
-// The EXIF block is written as the image carries it, except that its
-// orientation entry is reset to 1: the reader turns the pixels upright, so the
-// orientation no longer applies. The pixel-dimension entries are not updated.
+// The EXIF block is written as the image carries it, except for the entries
+// the pixels decide: its orientation entry is reset to 1, because every Image
+// that carries a block holds the picture upright (the reader turns the pixels
+// as the orientation says), and the pixel dimensions of the Exif
+// sub-directory are set to the image's width and height, which rotation or
+// resizing may have changed since the block was read.
 #pragma once
 
 #include "core/Image.h"

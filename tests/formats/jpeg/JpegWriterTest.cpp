@@ -8,6 +8,7 @@
 #include "formats/SaveOptions.h"
 #include "formats/jpeg/JpegExif.h"
 #include "formats/jpeg/JpegReader.h"
+#include "formats/jpeg/JpegSamples.h"
 #include "formats/jpeg/JpegWriter.h"
 #include "support/ImageTestUtil.h"
 
@@ -118,6 +119,91 @@ TEST(JpegWriter, ExifReplacesJfifAndIsUpright) {
     const Image dense = readFromBytes(jfif, makeJpegReader);
     EXPECT_FALSE(dense.exif);
     EXPECT_EQ(dense.resolution, (Resolution{3000, 6000, ResolutionUnit::PerMetre}));
+}
+
+// An EXIF block: IFD0 with an orientation and the Exif sub-directory pointer,
+// then that sub-directory with the pixel dimensions as entries of `type`.
+std::vector<uint8_t> exifBlock(bool big, uint16_t orientation, uint16_t type, uint32_t width,
+                               uint32_t height) {
+    std::vector<uint8_t> b;
+    auto put16 = [&](uint32_t v) {
+        b.push_back(uint8_t(big ? v >> 8 : v));
+        b.push_back(uint8_t(big ? v : v >> 8));
+    };
+    auto put32 = [&](uint32_t v) {
+        if (big)
+            put16(v >> 16), put16(v & 0xFFFF);
+        else
+            put16(v & 0xFFFF), put16(v >> 16);
+    };
+    auto entry = [&](uint16_t tag, uint16_t entryType, uint32_t value) {
+        put16(tag), put16(entryType), put32(1);
+        if (entryType == 3)
+            put16(value), put16(0);
+        else
+            put32(value);
+    };
+    b = big ? std::vector<uint8_t>{'M', 'M', 0, 0x2A} : std::vector<uint8_t>{'I', 'I', 0x2A, 0};
+    put32(8);
+    put16(2);
+    entry(0x0112, 3, orientation);
+    entry(0x8769, 4, 8 + 2 + 24 + 4);
+    put32(0);
+    put16(3);
+    entry(0x9000, 7, 0x30323230);  // ExifVersion "0220", a neighbour left alone
+    entry(0xA002, type, width);
+    entry(0xA003, type, height);
+    put32(0);
+    return b;
+}
+
+TEST(JpegExif, PixelDimensionsFollowTheImage) {
+    const struct {
+        uint16_t type;
+        uint32_t width, height;
+        uint16_t typeAfter;
+    } cases[] = {
+        {3, 640, 480, 3}, {4, 640, 480, 4}, {3, 70000, 65536, 4},  // too large for a SHORT
+    };
+    for (bool big : {false, true})
+        for (const auto& c : cases) {
+            SCOPED_TRACE(testing::Message() << big << " " << c.type << " " << c.width);
+            std::vector<uint8_t> block = exifBlock(big, 1, c.type, 1, 1);
+            updateExifPixelSize(block, c.width, c.height);
+            EXPECT_EQ(block, exifBlock(big, 1, c.typeAfter, c.width, c.height));
+        }
+    // No sub-directory, or one pointing past the block: left alone.
+    std::vector<uint8_t> bare = exifBlock(false, 1, 3, 1, 1);
+    bare.resize(8 + 2 + 24 + 4);
+    const std::vector<uint8_t> bareBefore = bare;
+    updateExifPixelSize(bare, 5, 5);
+    EXPECT_EQ(bare, bareBefore);
+    std::vector<uint8_t> far = exifBlock(true, 1, 3, 1, 1);
+    far[8 + 2 + 12 + 8] = 0x7F;
+    const std::vector<uint8_t> farBefore = far;
+    updateExifPixelSize(far, 5, 5);
+    EXPECT_EQ(far, farBefore);
+}
+
+TEST(JpegWriter, ExifOfATurnedImageDescribesTheWrittenPixels) {
+    // Stored 24 x 16 with orientation 6: read upright as 16 x 24.
+    for (bool big : {false, true}) {
+        const std::vector<uint8_t> jpeg = turboCompress(24, 16, TJSAMP_444, 0);
+        const std::vector<uint8_t> block = exifBlock(big, 6, 3, 24, 16);
+        std::vector<uint8_t> file = {0xFF, 0xD8, 0xFF, 0xE1, 0, 0, 'E', 'x', 'i', 'f', 0, 0};
+        file[5] = uint8_t(block.size() + 8);
+        file.insert(file.end(), block.begin(), block.end());
+        file.insert(file.end(), jpeg.begin() + 2, jpeg.end());
+        const Image read = readFromBytes(std::string(file.begin(), file.end()), makeJpegReader);
+        ASSERT_EQ(read.width(), 16u);
+
+        StoredSaveOptions stored;
+        SaveOptionOverlay options(stored);
+        const Image back = readFromBytes(writeToBytes(read, writeJfif, options), makeJpegReader);
+        EXPECT_EQ(back.width(), 16u);
+        ASSERT_TRUE(back.exif);
+        EXPECT_EQ(*back.exif, exifBlock(big, 1, 3, 16, 24));
+    }
 }
 
 }  // namespace
