@@ -72,32 +72,56 @@ class JpegReader final : public ImageReader {
     std::vector<uint8_t> pixel_;
 };
 
+// Colour output in the Image's own sample order where the library offers it
+// (libjpeg-turbo's extended colour spaces), so rows decode in place.
+#ifdef JCS_EXTENSIONS
+constexpr J_COLOR_SPACE kColourOutput = JCS_EXT_BGR;
+constexpr bool kLibraryWritesBgr = true;
+#else
+constexpr J_COLOR_SPACE kColourOutput = JCS_RGB;
+constexpr bool kLibraryWritesBgr = false;
+#endif
+
+// Decoded samples (grey, colour in kColourOutput's order, or inverted CMYK)
+// as the Image stores them: grey bytes or blue, green, red.
+void convertSamples(const uint8_t* s, uint8_t* d, uint32_t w, uint32_t components) {
+    if (components == 1 || (components == 3 && kLibraryWritesBgr)) {
+        std::copy(s, s + size_t{w} * components, d);
+    } else if (components == 3) {
+        for (uint32_t x = 0; x < w; ++x, s += 3, d += 3) {
+            d[0] = s[2];
+            d[1] = s[1];
+            d[2] = s[0];
+        }
+    } else {
+        const auto& table = cmykTable();
+        for (uint32_t x = 0; x < w; ++x, s += 4, d += 3) {
+            const auto& k = table[s[3]];
+            d[0] = k[s[2]];
+            d[1] = k[s[1]];
+            d[2] = k[s[0]];
+        }
+    }
+}
+
 void JpegReader::storeRow(Image& out, const uint8_t* decoded, uint32_t y, const Placement& place,
                           uint32_t components) {
     const uint32_t w = place.swap ? out.height() : out.width();
     const uint32_t h = place.swap ? out.width() : out.height();
     const uint32_t bytes = components == 1 ? 1 : 3;
-    const auto& table = cmykTable();
+    uint8_t* const data = out.plane.mutableData();
+    const uint32_t sy = place.mirrorY ? h - 1 - y : y;
+    if (!place.swap && !place.mirrorX) {
+        convertSamples(decoded, data + out.plane.rowOffset(sy), w, components);
+        return;
+    }
+    convertSamples(decoded, pixel_.data(), w, components);
     for (uint32_t x = 0; x < w; ++x) {
-        uint8_t bgr[3];
-        const uint8_t* s = decoded + size_t{x} * components;
-        if (components == 1) {
-            bgr[0] = s[0];
-        } else if (components == 4) {
-            bgr[2] = table[s[3]][s[0]];
-            bgr[1] = table[s[3]][s[1]];
-            bgr[0] = table[s[3]][s[2]];
-        } else {
-            bgr[2] = s[0];
-            bgr[1] = s[1];
-            bgr[0] = s[2];
-        }
         const uint32_t sx = place.mirrorX ? w - 1 - x : x;
-        const uint32_t sy = place.mirrorY ? h - 1 - y : y;
-        const uint32_t tx = place.swap ? sy : sx;
-        const uint32_t ty = place.swap ? sx : sy;
-        uint8_t* target = out.plane.mutableRow(ty) + size_t{tx} * bytes;
-        std::copy(bgr, bgr + bytes, target);
+        uint8_t* target = place.swap ? data + out.plane.rowOffset(sx) + size_t{sy} * bytes
+                                     : data + out.plane.rowOffset(sy) + size_t{sx} * bytes;
+        const uint8_t* source = pixel_.data() + size_t{x} * bytes;
+        std::copy(source, source + bytes, target);
     }
 }
 
@@ -141,7 +165,7 @@ void JpegReader::read(Image& image, const ReadOptions& options) {
     else if (c.jpeg_color_space == JCS_CMYK || c.jpeg_color_space == JCS_YCCK)
         c.out_color_space = JCS_CMYK;
     else
-        c.out_color_space = JCS_RGB;
+        c.out_color_space = kColourOutput;
     const bool buffered = !preview && jpeg_has_multiple_scans(&c);
     c.buffered_image = buffered ? TRUE : FALSE;
     guarded(d.state, [&] { jpeg_calc_output_dimensions(&c); });
@@ -159,17 +183,22 @@ void JpegReader::read(Image& image, const ReadOptions& options) {
     Image result(outW, outH, bits, true);
     if (bits == 8) result.setGreyPalette();
     std::vector<uint8_t> row(size_t{width} * components);
+    pixel_.resize(size_t{width} * 3);
+    // Rows that need no turning and no conversion are decoded into the Image.
+    const bool inPlace = !place.swap && !place.mirrorX &&
+                         (components == 1 || (components == 3 && kLibraryWritesBgr));
 
     guarded(d.state, [&] { jpeg_start_decompress(&c); });
     for (;;) {
         if (buffered) guarded(d.state, [&] { jpeg_start_output(&c, c.input_scan_number); });
         while (c.output_scanline < height) {
             const uint32_t y = c.output_scanline;
-            JSAMPROW rows[1] = {row.data()};
+            JSAMPROW rows[1] = {
+                inPlace ? result.plane.mutableRow(place.mirrorY ? height - 1 - y : y) : row.data()};
             JDIMENSION got = 0;
             guarded(d.state, [&] { got = jpeg_read_scanlines(&c, rows, 1); });
             if (got != 1) throw JPEGERROR::BadHeader;
-            storeRow(result, row.data(), y, place, components);
+            if (!inPlace) storeRow(result, row.data(), y, place, components);
             if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
         }
         if (!buffered) break;
