@@ -49,7 +49,8 @@ TEST(Pcx, NetpbmFilesOfEveryLayoutMatchTheirReferencePixmaps) {
         const char* name;
         uint32_t bits;
     } cases[] = {
-        {"bw", 1}, {"p1x2", 4}, {"b2p1", 4}, {"p4x1", 4}, {"b4p1", 4}, {"b8p1", 8}, {"b8p3", 24},
+        {"bw", 1},   {"p1x2", 4}, {"p1x3", 4}, {"b2p1", 4},
+        {"p4x1", 4}, {"b4p1", 4}, {"b8p1", 8}, {"b8p3", 24},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -86,6 +87,27 @@ TEST(Pcx, PaletteOf256ColoursIsReadOnlyFromDataLongerThan896Bytes) {
         const Image image = readFromBytes(file, makePcxReader);
         EXPECT_EQ(colourAt(image, 0, 0) == rgb(10, 20, 30), length > 896) << length;
     }
+}
+
+TEST(Pcx, TwoPlanesOfTwoBitsMakeFourBitValues) {
+    // No tool writes or reads this layout; plane p holds bits 2p and 2p + 1.
+    // 8 pixels of values 0..15 step 2 (and 1 to 15 step 2 on row 2).
+    std::string file = header(5, 1, 2, 2, 8, 2, 2).s;
+    for (int y = 0; y < 2; ++y)
+        for (int plane = 0; plane < 2; ++plane)
+            for (int byte = 0; byte < 2; ++byte) {
+                uint8_t packed = 0;
+                for (int i = 0; i < 4; ++i) {
+                    const int value = 2 * (4 * byte + i) + y;
+                    packed = uint8_t(packed | ((value >> (2 * plane)) & 3) << (6 - 2 * i));
+                }
+                file += std::string("\xC1", 1) + char(packed);
+            }
+    const Image image = readFromBytes(file, makePcxReader);
+    ASSERT_EQ(image.bitsPerPixel(), 4u);
+    for (uint32_t y = 0; y < 2; ++y)
+        for (uint32_t x = 0; x < 8; ++x)
+            EXPECT_EQ(colourAt(image, x, y), kPcxDefaultPalette[2 * x + y]) << x << "," << y;
 }
 
 TEST(Pcx, RunsAreCutAtTheEndOfTheirLineAndRowsComeTopFirst) {
