@@ -5,7 +5,9 @@
 
 #include <string>
 
+#include "core/ErrorMapping.h"
 #include "core/Errors.h"
+#include "core/Messages.h"
 #include "formats/pcx/PcxReader.h"
 #include "formats/pcx/PcxWriter.h"
 #include "formats/pnm/PnmReader.h"
@@ -124,8 +126,10 @@ TEST(Pcx, MalformedHeadersAreRefusedWithTheirError) {
         const char* what;
         Bytes head;
         PCXERROR expected;
+        const char* message = nullptr;
     } cases[] = {
-        {"version 1", header(1, 1, 8, 1, 4, 4, 4), PCXERROR::InvalidFile},
+        {"version 1", header(1, 1, 8, 1, 4, 4, 4), PCXERROR::InvalidFile,
+         "Invalid or unsupported file"},
         {"version 6", header(6, 1, 8, 1, 4, 4, 4), PCXERROR::InvalidFile},
         {"encoding 0", header(5, 0, 8, 1, 4, 4, 4), PCXERROR::InvalidFile},
         {"4 bits x 2 planes", header(5, 1, 4, 2, 4, 4, 2), PCXERROR::InvalidFile},
@@ -142,6 +146,9 @@ TEST(Pcx, MalformedHeadersAreRefusedWithTheirError) {
             FAIL() << "accepted";
         } catch (PCXERROR e) {
             EXPECT_EQ(e, c.expected);
+            if (c.message != nullptr) {
+                EXPECT_EQ(messageText(loadMessageForCurrentException()), c.message);
+            }
         }
     }
 }

@@ -5,7 +5,9 @@
 
 #include <string>
 
+#include "core/ErrorMapping.h"
 #include "core/Errors.h"
+#include "core/Messages.h"
 #include "formats/Identify.h"
 #include "formats/pnm/PnmReader.h"
 #include "formats/tga/TgaReader.h"
@@ -123,8 +125,10 @@ TEST(Tga, MalformedHeadersAreRefusedWithTheirError) {
         const char* what;
         Bytes head;
         TGAERROR expected;
+        const char* message = nullptr;
     } cases[] = {
-        {"257 map entries", header(1, 1, 257, 24, 2, 2, 8, 0), TGAERROR::ColourMapTooLarge},
+        {"257 map entries", header(1, 1, 257, 24, 2, 2, 8, 0), TGAERROR::ColourMapTooLarge,
+         "Colormap too large"},
         {"interleave 3", header(0, 2, 0, 0, 2, 2, 24, 0xC0), TGAERROR::InvalidFile},
         {"map type 2", header(2, 2, 0, 0, 2, 2, 24, 0), TGAERROR::InvalidFile},
         {"depth 12", header(0, 2, 0, 0, 2, 2, 12, 0), TGAERROR::InvalidFile},
@@ -140,6 +144,9 @@ TEST(Tga, MalformedHeadersAreRefusedWithTheirError) {
             FAIL() << "accepted";
         } catch (TGAERROR e) {
             EXPECT_EQ(e, c.expected);
+            if (c.message != nullptr) {
+                EXPECT_EQ(messageText(loadMessageForCurrentException()), c.message);
+            }
         }
     }
 }
