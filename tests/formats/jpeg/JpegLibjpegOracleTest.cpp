@@ -76,6 +76,8 @@ TEST(JpegReader, MatchesLibjpegDecode) {
          false},
         {"greyscale", [&] { return libjpegCompress(rgbSamples, w, h, {.stored = JCS_GRAYSCALE}); },
          false},
+        {"stored as rgb", [&] { return libjpegCompress(rgbSamples, w, h, {.stored = JCS_RGB}); },
+         false},
         {"exif", [&] { return withExif(libjpegCompress(rgbSamples, w, h, {}), 1, true); }, false},
         {"cmyk adobe", [&] { return libjpegCompress(cmykSamples, w, h, {.input = JCS_CMYK}); },
          false},
