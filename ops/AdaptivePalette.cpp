@@ -44,8 +44,7 @@ class MomentTable {
   public:
     static constexpr unsigned kEdge = kSide + 1;
 
-    explicit MomentTable(const ColourHistogram& histogram)
-        : table_(size_t{kEdge} * kEdge * kEdge) {
+    explicit MomentTable(const ColourHistogram& histogram) : table_(size_t{kEdge} * kEdge * kEdge) {
         for (unsigned cell = 0; cell < kCells; ++cell) {
             const uint16_t count = histogram.count(cell);
             if (count == 0) continue;
@@ -159,8 +158,8 @@ unsigned splitBoxes(const ColourHistogram& histogram, unsigned wanted, Colour* p
 }
 
 // Moves each entry to the mean of the cells whose centres lie nearest to it.
-void refine(const ColourHistogram& histogram, const std::vector<uint32_t>& occupied,
-            unsigned count, Colour* palette) {
+void refine(const ColourHistogram& histogram, const std::vector<uint32_t>& occupied, unsigned count,
+            Colour* palette) {
     std::array<MapPoint, 256> points;
     auto setPoints = [&] {
         for (unsigned i = 0; i < count; ++i)
@@ -171,8 +170,8 @@ void refine(const ColourHistogram& histogram, const std::vector<uint32_t>& occup
     for (int pass = 0; pass < kRefinementPasses; ++pass) {
         std::array<Moment, 256> members{};
         for (uint32_t cell : occupied) {
-            const uint8_t index = map.lookup((cell >> 12) << 2, (cell >> 6 & 63) << 2,
-                                             (cell & 63) << 2);
+            const uint8_t index =
+                map.lookup((cell >> 12) << 2, (cell >> 6 & 63) << 2, (cell & 63) << 2);
             const auto& s = histogram.sums(cell);
             Moment& m = members[index];
             m.weight += histogram.count(cell);
@@ -210,8 +209,7 @@ void ColourHistogram::addRow(const uint8_t* bgr, uint32_t count) {
     }
 }
 
-unsigned chooseAdaptivePalette(const ColourHistogram& histogram, unsigned wanted,
-                               Colour* palette) {
+unsigned chooseAdaptivePalette(const ColourHistogram& histogram, unsigned wanted, Colour* palette) {
     wanted = std::clamp(wanted, 1u, 256u);
     std::vector<uint32_t> occupied;
     for (uint32_t cell = 0; cell < kCells; ++cell)

@@ -58,7 +58,6 @@ class ColourHistogram {
 
 // Fills `palette` with at most `wanted` (1..256) colours and returns how many;
 // fewer when the image has fewer occupied cells.
-unsigned chooseAdaptivePalette(const ColourHistogram& histogram, unsigned wanted,
-                               Colour* palette);
+unsigned chooseAdaptivePalette(const ColourHistogram& histogram, unsigned wanted, Colour* palette);
 
 }  // namespace vivark

@@ -15,7 +15,7 @@ constexpr int kLimitRange = 255;
 constexpr int kClampMargin = 64;
 
 struct DiffusionTables {
-    std::array<int16_t, 2 * kLimitRange + 1> limit{};  // index: error + 255
+    std::array<int16_t, 2 * kLimitRange + 1> limit{};     // index: error + 255
     std::array<uint8_t, 256 + 2 * kClampMargin> clamp{};  // index: value + 64
 };
 

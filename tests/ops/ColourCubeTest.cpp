@@ -47,8 +47,8 @@ TEST(ColourCube, QuantisedChannelsAddUpToTheEntryOfTheirLevels) {
     ASSERT_EQ(cube.count(), 252u);
     for (unsigned v = 0; v < 256; v += 5) {
         const unsigned r = v, g = 255 - v, b = (v * 7) & 255;
-        const unsigned index = cube.quantise(0, int(b)) + cube.quantise(1, int(g)) +
-                               cube.quantise(2, int(r));
+        const unsigned index =
+            cube.quantise(0, int(b)) + cube.quantise(1, int(g)) + cube.quantise(2, int(r));
         ASSERT_LT(index, 252u);
         const Colour entry = cube.palette()[index];
         // The entry is the nearest level value in every channel.

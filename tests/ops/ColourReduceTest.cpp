@@ -74,7 +74,8 @@ TEST(ColourReduce, PaletteTypeAndCountChooseThePalette) {
         {12, 99, 0, 12, nullptr},  // unknown types are adaptive
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.requested << " " << c.paletteType << " " << c.ditherType);
+        SCOPED_TRACE(testing::Message()
+                     << c.requested << " " << c.paletteType << " " << c.ditherType);
         Image image = source;
         EXPECT_EQ(reduceColours(image, c.requested, c.paletteType, c.ditherType), c.count);
         EXPECT_EQ(image.bitsPerPixel(), 8u);
@@ -95,8 +96,8 @@ TEST(ColourReduce, ExactPaletteColoursMapToThemselves) {
             colours.assign(palette, palette + 16);
         } else {
             for (unsigned i = 0; i < 216; ++i)
-                colours.push_back(rgb(uint8_t(i / 36 * 51), uint8_t(i / 6 % 6 * 51),
-                                      uint8_t(i % 6 * 51)));
+                colours.push_back(
+                    rgb(uint8_t(i / 36 * 51), uint8_t(i / 6 % 6 * 51), uint8_t(i % 6 * 51)));
         }
         Image image(uint32_t(colours.size()), 2, 24);
         for (uint32_t y = 0; y < 2; ++y)

@@ -26,7 +26,7 @@ TEST(InverseColourMap, EveryCellHoldsATrueNearestEntry) {
         int base;
         unsigned stride;  // cells checked: every stride-th
     } cases[] = {
-        {"one", 1, 256, 0, 1},          {"two", 2, 256, 0, 1},
+        {"one", 1, 256, 0, 1},           {"two", 2, 256, 0, 1},
         {"scattered 17", 17, 256, 0, 1}, {"clustered 40", 40, 24, 200, 3},
         {"duplicates 64", 64, 4, 0, 3},  {"scattered 256", 256, 256, 0, 5},
     };
