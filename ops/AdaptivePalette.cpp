@@ -55,19 +55,16 @@ class MomentTable {
             // The spread inside a cell is not kept; its mean stands for it.
             m.squares = (double(s[0]) * s[0] + double(s[1]) * s[1] + double(s[2]) * s[2]) / count;
         }
+        // Running sums along blue, then green, then red.
         for (int r = 1; r <= int(kSide); ++r)
             for (int g = 1; g <= int(kSide); ++g)
-                for (int b = 1; b <= int(kSide); ++b) {
-                    Moment m = at(r, g, b);
-                    m += at(r - 1, g, b);
-                    m += at(r, g - 1, b);
-                    m += at(r, g, b - 1);
-                    m -= at(r - 1, g - 1, b);
-                    m -= at(r - 1, g, b - 1);
-                    m -= at(r, g - 1, b - 1);
-                    m += at(r - 1, g - 1, b - 1);
-                    at(r, g, b) = m;
-                }
+                for (int b = 1; b <= int(kSide); ++b) at(r, g, b) += at(r, g, b - 1);
+        for (int r = 1; r <= int(kSide); ++r)
+            for (int g = 1; g <= int(kSide); ++g)
+                for (int b = 1; b <= int(kSide); ++b) at(r, g, b) += at(r, g - 1, b);
+        for (int r = 1; r <= int(kSide); ++r)
+            for (int g = 1; g <= int(kSide); ++g)
+                for (int b = 1; b <= int(kSide); ++b) at(r, g, b) += at(r - 1, g, b);
     }
 
     Moment sum(const Box& box) const {

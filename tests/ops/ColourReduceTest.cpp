@@ -194,6 +194,28 @@ TEST(ColourReduce, OnePixelWideImageDiffusesOnlyDownwards) {
     EXPECT_NE(expected.find('W'), std::string::npos);
 }
 
+TEST(ColourReduce, EveryDepthAndTinySizeReducesUnderEveryType) {
+    std::vector<Image> images{Image()};
+    for (uint32_t bits : {1u, 4u, 8u, 24u})
+        for (auto [w, h] : {std::pair{1u, 1u}, {1u, 3u}, {17u, 5u}})
+            images.push_back(test::patternImage(w, h, bits));
+    for (const Image& source : images)
+        for (uint32_t type : {0u, 1u, 3u, 6u})
+            for (uint32_t dither = 0; dither <= 2; ++dither) {
+                SCOPED_TRACE(testing::Message()
+                             << source.bitsPerPixel() << " bits " << source.width() << "x"
+                             << source.height() << ", type " << type << ", dither " << dither);
+                Image image = source;
+                const auto count = reduceColours(image, 2, type, dither);
+                ASSERT_TRUE(count.has_value());
+                if (image.bitsPerPixel() != 8) continue;  // left as it was
+                EXPECT_LE(coloursOf(image).size(), *count);
+                for (uint32_t y = 0; y < image.height(); ++y)
+                    for (uint32_t x = 0; x < image.width(); ++x)
+                        ASSERT_LT(image.plane.row(y)[x], image.paletteCount);
+            }
+}
+
 TEST(ColourReduce, CancelLeavesTheImageUnchangedAndCompletionReportsOneOfOne) {
     const Image source = smoothPicture(20, 10);
     const struct {
