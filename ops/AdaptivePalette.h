@@ -18,9 +18,13 @@
 //     entry its centre is nearest to (through the same InverseColourMap the
 //     mapping pass uses, so the refinement optimises the mapping that will
 //     actually run), and each entry moves to the mean of its cells.
-// Median cut splits boxes at the median of their longest side, which leaves
-// large errors in populous boxes; the variance split measured better than
-// that and than ImageMagick's -colors at the same count (bench/ops).
+// Median cut halves a box at the median of its longest side whatever error
+// that leaves; the variance split takes the cut that removes the most error,
+// and the refinement then lets entries settle where the pixels are. On the
+// picture of bench/ops/colour-bench.sh (1920 x 1280, 256 colours) the mean
+// squared error per channel was 15.7, against 17.6 for ImageMagick -colors
+// and 23.6 for netpbm's median cut (pnmquant), all without dithering; with
+// Floyd-Steinberg (ImageMagick's default dither) 21.4 against 26.5 and 29.8.
 //
 // Allocation (the counts, sums, moments; std::bad_alloc) happens before any
 // work; nothing else throws.

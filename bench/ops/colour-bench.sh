@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# 24-bit to 256-colour reduction: vivark against ImageMagick 6 on one
-# photo-like picture, time and mean squared error side by side.
+# 24-bit to 256-colour reduction: vivark against ImageMagick 6 (-colors) and
+# netpbm's median cut (pnmquant) on one photo-like picture, time and mean
+# squared error side by side.
 #
 # Usage: bench/ops/colour-bench.sh [BUILD_DIR]   (default build/release)
 #
@@ -9,7 +10,9 @@
 # bright disc and light Gaussian noise. Every result is written as GIF and
 # compared with the original by `compare -metric MSE`; the MSE printed is per
 # channel in 8-bit units (the normalised figure x 255^2). Times are the best
-# of three runs of the whole command (read, reduce, write GIF).
+# of three runs of the whole command (read, reduce, write GIF; netpbm, much
+# slower, runs once and writes PPM). ImageMagick may use several threads;
+# vivark uses one.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../.." && pwd)
@@ -20,12 +23,16 @@ if [[ ! -x $vivark ]]; then
   exit 1
 fi
 
-if ! command -v convert-im6.q16 >/dev/null || ! command -v compare-im6.q16 >/dev/null; then
-  echo "colour-bench: installing imagemagick-6.q16"
+missing=()
+command -v convert-im6.q16 >/dev/null && command -v compare-im6.q16 >/dev/null ||
+  missing+=(imagemagick-6.q16)
+command -v pnmquant >/dev/null || missing+=(netpbm)
+if ((${#missing[@]})); then
+  echo "colour-bench: installing ${missing[*]}"
   if [[ $(id -u) -ne 0 ]]; then sudo=sudo; else sudo=; fi
   export DEBIAN_FRONTEND=noninteractive
   $sudo apt-get update -qq
-  $sudo apt-get install -y -qq --no-install-recommends imagemagick-6.q16
+  $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi
 
 work=$(mktemp -d)
@@ -37,11 +44,12 @@ convert-im6.q16 -size 1920x1280 -seed 7 plasma:fractal -blur 0x2 \
   -fill '#e06030' -draw "circle 1400,400 1400,560" -blur 0x1.5 \
   -seed 7 -attenuate 0.3 +noise Gaussian -depth 8 "$picture"
 
-# best_time OUTPUT COMMAND...: runs the command three times, prints the least
+# best_time RUNS COMMAND...: runs the command RUNS times, prints the least
 # wall time in seconds.
 best_time() {
-  local best=
-  for _ in 1 2 3; do
+  local best= runs=$1
+  shift
+  for ((i = 0; i < runs; ++i)); do
     local start end
     start=$(date +%s.%N)
     "$@" >/dev/null
@@ -67,7 +75,7 @@ row() {
   local name=$1 out=$2
   shift 2
   local t
-  t=$(best_time "$@")
+  t=$(best_time "${RUNS:-3}" "$@")
   printf '%-44s %8.3f %8s %8s\n' "$name" "$t" "$(mse "$out")" "$(colours "$out")"
 }
 row "vivark adaptive, diffusion" "$work/a.gif" \
@@ -86,3 +94,7 @@ row "ImageMagick -dither FloydSteinberg" "$work/g.gif" \
   convert-im6.q16 "$picture" -dither FloydSteinberg -colors 256 "$work/g.gif"
 row "copy to GIF of the reduced image (baseline)" "$work/h.gif" \
   "$vivark" convert "$work/b.gif" "$work/h.gif"
+RUNS=1 row "netpbm pnmquant -nofloyd 256 (median cut)" "$work/i.ppm" \
+  sh -c 'pnmquant -nofloyd 256 "$1" >"$2" 2>/dev/null' sh "$picture" "$work/i.ppm"
+RUNS=1 row "netpbm pnmquant -floyd 256 (median cut)" "$work/j.ppm" \
+  sh -c 'pnmquant -floyd 256 "$1" >"$2" 2>/dev/null' sh "$picture" "$work/j.ppm"
