@@ -175,11 +175,17 @@ Image toPalette(const Image& image, const WriterEntry& writer, const SaveOptions
     const uint32_t bits = widestPaletteDepth(writer);
     if (bits == 0) throw SAVEERROR::NeedsColourReduction;
     if (bits == 1) return toBlackAndWhite(image, options, progress);
+    const uint32_t wanted = 1u << bits;
+    const uint32_t dither = uint32_t(options.integer(saveKey::DitherType));
     Image reduced = image;
-    const auto count =
-        reduceColours(reduced, 1u << bits, uint32_t(options.integer(saveKey::PaletteType)),
-                      uint32_t(options.integer(saveKey::DitherType)), progress);
+    auto count = reduceColours(reduced, wanted, uint32_t(options.integer(saveKey::PaletteType)),
+                               dither, progress);
     throwIfCancelled(count.has_value());
+    if (*count > wanted) {  // a cube larger than the format holds: adaptive instead
+        reduced = image;
+        count = reduceColours(reduced, wanted, uint32_t(PaletteType::Adaptive), dither, progress);
+        throwIfCancelled(count.has_value());
+    }
     if (writer.accepts(reduced.bitsPerPixel())) return reduced;
     // Widens, or packs an 8-bit result of 16 colours or fewer for a 4-bit writer.
     return widenIndices(reduced, bits);

@@ -115,6 +115,16 @@ TEST(SaveDispatch, ConversionReducesColoursTheFormatCannotHold) {
     for (uint32_t i = 0; i < cubed.paletteCount; ++i)
         for (int shift : {0, 8, 16}) EXPECT_EQ((cubed.palette[i] >> shift & 255) % 51, 0u);
 
+    // A format of four bits gets sixteen colours, even when the cube is larger.
+    const WriterEntry fourBits{"Four", {}, {}, makeTag("FOUR"), 1u << 4, ColourNeed::Any, nullptr};
+    for (const SaveOptions* options :
+         {static_cast<const SaveOptions*>(&stored), static_cast<const SaveOptions*>(&cube)}) {
+        const Image out = convertForWriter(deep, fourBits, *options);
+        EXPECT_EQ(out.bitsPerPixel(), 4u);
+        EXPECT_LE(out.paletteCount, 16u);
+        EXPECT_LE(meanSquaredError(deep, out), 600);
+    }
+
     auto cancel = ProgressFunction([](uint32_t done, uint32_t) { return done == 3; });
     EXPECT_THROW(convertForWriter(deep, *findWriterByName("gif"), stored, &cancel), OUTFILEERROR);
 
