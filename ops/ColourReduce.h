@@ -16,8 +16,9 @@
 // beside it and swapped in, keeping the image's descriptive fields. Progress
 // is reported per row (the adaptive type counts its histogram pass and its
 // mapping pass as one run of twice the rows), then (1, 1) on completion; a
-// cancel returns nothing and leaves the image as it was. A failed allocation throws std::bad_alloc,
-// the shared out-of-memory condition, also with the image unchanged.
+// cancel returns nothing and leaves the image as it was. A failed allocation
+// throws std::bad_alloc, the shared out-of-memory condition, also with the
+// image unchanged.
 //
 // reduceToBlackAndWhite maps an image to black (entry 0) and white (entry 1)
 // by luminance, diffusing the error under dither type 2 and thresholding at

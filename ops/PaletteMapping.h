@@ -3,10 +3,9 @@
 //
 // Every decision goes through an InverseColourMap, never a search per pixel.
 // For fixed and cube palettes (MapSpace::Luma) colours are compared as
-// luminance and colour differences (LumaTransform.h), which weighs a
-// brightness error above a hue error the way the eye does; an adaptive
-// palette (MapSpace::Rgb), chosen to fit the image's own colours in red,
-// green and blue, is compared there.
+// luminance and two colour differences (LumaTransform.h); an adaptive
+// palette (MapSpace::Rgb) is compared in red, green and blue, the space it
+// was chosen in.
 //
 // Diffusion runs the rows top to bottom in serpentine order (the top row left
 // to right). A pixel's error goes 7/16 ahead, 3/16 below and behind, 5/16
