@@ -62,7 +62,10 @@ best_time() {
 
 mse() {
   local normalised
-  normalised=$(compare-im6.q16 -metric MSE "$picture" "$1" null: 2>&1 | sed -n 's/.*(\(.*\)).*/\1/p')
+  # compare prints "MSE (normalised MSE)" on stderr and exits 1 when the
+  # images differ.
+  normalised=$({ compare-im6.q16 -metric MSE "$picture" "$1" null: 2>&1 || true; } |
+    sed -n 's/.*(\(.*\)).*/\1/p')
   awk -v n="$normalised" 'BEGIN{printf "%.2f", n * 65025}'
 }
 
