@@ -10,8 +10,8 @@
 
 namespace vivark {
 
-// A palette image of `bits` (4 or 8, not less than the source's) bits per
-// pixel with the same palette.
+// A palette image of `bits` (1, 4 or 8) bits per pixel with the same
+// palette; below the source's depth, every index in use must fit in `bits`.
 Image widenIndices(const Image& image, uint32_t bits);
 
 // A 24-bit image with each pixel's palette colour.

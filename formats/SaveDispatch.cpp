@@ -11,6 +11,7 @@
 #include "formats/pcx/PcxWriter.h"
 #include "formats/pnm/PnmWriter.h"
 #include "formats/tga/TgaWriter.h"
+#include "ops/ColourReduce.h"
 
 namespace vivark {
 namespace {
@@ -139,27 +140,84 @@ const WriterEntry* findWriterByTag(FormatTag tag) {
     return nullptr;
 }
 
-Image convertForWriter(const Image& image, const WriterEntry& writer) {
+namespace {
+
+// PCX and DCX take 24 bits only when the user enabled it.
+bool takesTrueColour(const WriterEntry& writer, const SaveOptions& options) {
+    if (!writer.accepts(24)) return false;
+    if (writer.formatTag == makeTag("PCX ") || writer.formatTag == makeTag("DCX "))
+        return options.flag(saveKey::PcxEnable24bit);
+    return true;
+}
+
+// The widest palette depth the writer takes, 0 when none.
+uint32_t widestPaletteDepth(const WriterEntry& writer) {
+    for (uint32_t bits : {8u, 4u, 1u})
+        if (writer.accepts(bits)) return bits;
+    return 0;
+}
+
+void throwIfCancelled(bool completed) {
+    if (!completed) throw OUTFILEERROR::Cancelled;
+}
+
+Image toBlackAndWhite(const Image& image, const SaveOptions& options, ProgressCallback* progress) {
+    Image bw = image;
+    throwIfCancelled(
+        reduceToBlackAndWhite(bw, uint32_t(options.integer(saveKey::DitherType)), progress));
+    return packBlackAndWhite(bw);
+}
+
+// Reduces to the colours of the writer's widest palette depth with the
+// user's palette and dither types.
+Image toPalette(const Image& image, const WriterEntry& writer, const SaveOptions& options,
+                ProgressCallback* progress) {
+    const uint32_t bits = widestPaletteDepth(writer);
+    if (bits == 0) throw SAVEERROR::NeedsColourReduction;
+    if (bits == 1) return toBlackAndWhite(image, options, progress);
+    const uint32_t wanted = 1u << bits;
+    const uint32_t dither = uint32_t(options.integer(saveKey::DitherType));
+    Image reduced = image;
+    auto count = reduceColours(reduced, wanted, uint32_t(options.integer(saveKey::PaletteType)),
+                               dither, progress);
+    throwIfCancelled(count.has_value());
+    if (*count > wanted) {  // a cube larger than the format holds: adaptive instead
+        reduced = image;
+        count = reduceColours(reduced, wanted, uint32_t(PaletteType::Adaptive), dither, progress);
+        throwIfCancelled(count.has_value());
+    }
+    if (writer.accepts(reduced.bitsPerPixel())) return reduced;
+    // Widens, or packs an 8-bit result of 16 colours or fewer for a 4-bit writer.
+    return widenIndices(reduced, bits);
+}
+
+}  // namespace
+
+Image convertForWriter(const Image& image, const WriterEntry& writer, const SaveOptions& options,
+                       ProgressCallback* progress) {
     const uint32_t bits = image.bitsPerPixel();
     if (!image.hasPalette()) {
-        if (writer.accepts(bits)) return image;
-        throw SAVEERROR::NeedsColourReduction;
+        if (writer.colourNeed == ColourNeed::BlackAndWhite)
+            return toBlackAndWhite(image, options, progress);
+        if (writer.colourNeed == ColourNeed::Grey) throw SAVEERROR::NeedsColourReduction;
+        if (takesTrueColour(writer, options)) return image;
+        return toPalette(image, writer, options, progress);
     }
     if (writer.colourNeed == ColourNeed::BlackAndWhite && !image.isBlackAndWhite())
-        throw SAVEERROR::NeedsColourReduction;
+        return toBlackAndWhite(image, options, progress);
     if (writer.colourNeed == ColourNeed::Grey && !image.isGrey())
         throw SAVEERROR::NeedsColourReduction;
     if (writer.accepts(bits)) return image;
     for (uint32_t wider : {4u, 8u})
         if (wider > bits && writer.accepts(wider)) return widenIndices(image, wider);
-    if (writer.accepts(24)) return expandToTrueColour(image);
+    if (takesTrueColour(writer, options)) return expandToTrueColour(image);
     if (writer.accepts(1) && image.isBlackAndWhite()) return packBlackAndWhite(image);
-    throw SAVEERROR::NeedsColourReduction;
+    return toPalette(image, writer, options, progress);
 }
 
 void saveImage(const Image& image, const std::filesystem::path& target, const WriterEntry& writer,
                const SaveOptions& options, ProgressCallback* progress) {
-    const Image converted = convertForWriter(image, writer);
+    const Image converted = convertForWriter(image, writer, options, progress);
     SafeOutFile file(target);
     writer.write(converted, file.out(), options, progress);
     file.commit();

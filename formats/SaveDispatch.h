@@ -7,10 +7,19 @@
 // (convertForWriter), then writes it through a SafeOutFile: the target
 // appears only when complete, and a failure or a cancel leaves nothing.
 //
-// Failures: SAVEERROR::NeedsColourReduction when the image has more colours
-// than the format holds (colour reduction is the caller's step), the writer's
-// own errors, OUTFILEERROR and CREATEERROR from the file;
-// saveMessageForCurrentException() turns each into a message.
+// An image with more colours than the format holds is reduced on the way
+// (ops/ColourReduce.h) to the writer's widest palette depth, with the palette
+// and dither types of "Dither\\Palette\\PaletteType" and "DitherType" (the
+// user's general reduction choice; the other Dither keys belong to the
+// viewer's display); a format of one bit gets a black-and-white conversion
+// with that dither type. A 24-bit image goes to PCX and DCX as 24 bits only
+// when "SaveOptions\\PCX\\Enable24bit" is set.
+//
+// Failures: SAVEERROR::NeedsColourReduction when colour would have to become
+// grey (grey conversion is an editing step), the writer's own errors,
+// OUTFILEERROR (Cancelled also when the reduction is cancelled) and
+// CREATEERROR from the file; saveMessageForCurrentException() turns each
+// into a message.
 #pragma once
 
 #include <filesystem>
@@ -53,10 +62,12 @@ const WriterEntry* findWriterByExtension(std::string_view extension);  // "bmp" 
 const WriterEntry* findWriterByTag(FormatTag tag);
 
 // The image as the writer takes it: shared unchanged when it fits; palette
-// images widened or expanded to a depth the writer takes, and black-and-white
-// ones packed to one bit. Throws SAVEERROR::NeedsColourReduction when that
-// would need fewer colours (24 bits to a palette, colour to grey).
-Image convertForWriter(const Image& image, const WriterEntry& writer);
+// images widened or expanded to a depth the writer takes, black-and-white
+// ones packed to one bit; otherwise reduced as above. Throws
+// SAVEERROR::NeedsColourReduction for colour to grey, OUTFILEERROR::Cancelled
+// when `progress` cancels the reduction.
+Image convertForWriter(const Image& image, const WriterEntry& writer, const SaveOptions& options,
+                       ProgressCallback* progress = nullptr);
 
 void saveImage(const Image& image, const std::filesystem::path& target, const WriterEntry& writer,
                const SaveOptions& options, ProgressCallback* progress = nullptr);

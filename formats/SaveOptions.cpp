@@ -33,6 +33,8 @@ constexpr SaveOptionKey kKeys[] = {
     {saveKey::JfifEntropy, SaveOptionKind::Boolean, 1},
     {saveKey::JfifProgressive, SaveOptionKind::Boolean, 0},
     {saveKey::JfifExif, SaveOptionKind::Boolean, 1},
+    {saveKey::PaletteType, SaveOptionKind::Integer, 0},
+    {saveKey::DitherType, SaveOptionKind::Integer, 2},
 };
 
 constexpr std::string_view kPrefix = "SaveOptions\\";
@@ -113,10 +115,12 @@ bool SaveOptionOverlay::setAssignment(std::string_view assignment) {
     const size_t equals = assignment.find('=');
     if (equals == std::string_view::npos) return false;
     std::string key(assignment.substr(0, equals));
-    if (!(key.size() >= kPrefix.size() &&
-          equalsIgnoringCase(key.substr(0, kPrefix.size()), kPrefix)))
-        key.insert(0, kPrefix);
     const SaveOptionKey* entry = findSaveOptionKey(key);
+    if (!entry && !(key.size() >= kPrefix.size() &&
+                    equalsIgnoringCase(key.substr(0, kPrefix.size()), kPrefix))) {
+        key.insert(0, kPrefix);
+        entry = findSaveOptionKey(key);
+    }
     if (!entry) return false;
     auto value = parseValue(assignment.substr(equals + 1), entry->kind);
     if (!value) return false;

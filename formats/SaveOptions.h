@@ -5,8 +5,8 @@
 // (the persistent settings) and may be overridden for one run by an overlay
 // (the command line's --set), which never writes anything back.
 //
-// kSaveOptionKeys lists every key the writers read, with its kind and its
-// compiled-in default; the overlay accepts only those keys.
+// kSaveOptionKeys lists every key the writers and the save path read, with
+// its kind and its compiled-in default; the overlay accepts only those keys.
 #pragma once
 
 #include <cstdint>
@@ -57,6 +57,9 @@ inline constexpr std::string_view JfifSmooth = "SaveOptions\\JFIF\\Smooth";
 inline constexpr std::string_view JfifEntropy = "SaveOptions\\JFIF\\Entropy";
 inline constexpr std::string_view JfifProgressive = "SaveOptions\\JFIF\\Progressive";
 inline constexpr std::string_view JfifExif = "SaveOptions\\JFIF\\Exif";
+// The colour reduction a save makes when the format holds fewer colours.
+inline constexpr std::string_view PaletteType = "Dither\\Palette\\PaletteType";
+inline constexpr std::string_view DitherType = "Dither\\Palette\\DitherType";
 }  // namespace saveKey
 
 // Every key a writer reads, with its kind and default.
@@ -78,7 +81,7 @@ class SaveOptionOverlay final : public SaveOptions {
 
     // Sets a known key; false when the key is unknown.
     bool set(std::string_view key, int32_t value);
-    // Parses "KEY=VALUE": KEY with or without its leading "SaveOptions\",
+    // Parses "KEY=VALUE": KEY in full, or without its leading "SaveOptions\",
     // VALUE a decimal or 0x-prefixed integer, or yes/no/true/false/on/off for
     // a boolean. Returns false (and changes nothing) when either is bad.
     bool setAssignment(std::string_view assignment);

@@ -1,14 +1,20 @@
-// "vivark convert INPUT OUTPUT [--to FORMAT] [--page N] [--set KEY=VALUE]...":
-// loads INPUT with every fallback of the loader and saves it in the format
-// named by --to (menu name or short name) or else by OUTPUT's extension.
-// --set overrides a save option for this run only; nothing is stored. A
-// failure is reported as "vivark: FILE: message" and leaves no output file.
-// Unknown formats and bad --set assignments are usage errors (status 2).
+// "vivark convert INPUT OUTPUT [--to FORMAT] [--page N] [--set KEY=VALUE]...
+// [--colors N] [--palette TYPE] [--dither TYPE]": loads INPUT with every
+// fallback of the loader and saves it in the format named by --to (menu name
+// or short name) or else by OUTPUT's extension. --set overrides a save
+// option for this run only; nothing is stored. --colors reduces the image to
+// at most N colours (2..256) before the save; --palette and --dither choose
+// how, for that reduction and for any the save itself makes, in place of the
+// user's "Dither\Palette" settings. A failure is reported as "vivark: FILE:
+// message" and leaves no output file. Unknown formats, bad --set assignments
+// and bad words are usage errors (status 2).
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "app/cli/Cli.h"
@@ -17,6 +23,7 @@
 #include "core/ErrorMapping.h"
 #include "formats/Loader.h"
 #include "formats/SaveDispatch.h"
+#include "ops/ColourReduce.h"
 
 namespace vivark::cli {
 namespace {
@@ -27,7 +34,36 @@ struct ConvertOptions {
     std::string format;
     uint32_t page = 1;
     std::vector<std::string> assignments;
+    uint32_t colours = 0;  // 0: no reduction asked for
+    std::string palette;
+    std::string dither;
 };
+
+// The words of --palette and --dither and the types they stand for.
+constexpr std::pair<const char*, PaletteType> kPaletteWords[] = {
+    {"adaptive", PaletteType::Adaptive}, {"system", PaletteType::FixedSystem},
+    {"884", PaletteType::Cube884},       {"676", PaletteType::Cube676},
+    {"666", PaletteType::Cube666},       {"222", PaletteType::Cube222},
+};
+constexpr std::pair<const char*, DitherType> kDitherWords[] = {
+    {"none", DitherType::None},
+    {"ordered", DitherType::Ordered},
+    {"diffusion", DitherType::Diffusion},
+};
+
+template <class Type, size_t N>
+void setFromWord(SaveOptionOverlay& options, std::string_view key, const std::string& word,
+                 const std::pair<const char*, Type> (&words)[N]) {
+    for (const auto& [name, type] : words)
+        if (word == name) options.set(key, int32_t(type));
+}
+
+template <class Type, size_t N>
+std::vector<std::string> wordsOf(const std::pair<const char*, Type> (&words)[N]) {
+    std::vector<std::string> names;
+    for (const auto& entry : words) names.emplace_back(entry.first);
+    return names;
+}
 
 int runConvert(const ConvertOptions& options, CommandContext& context) {
     const WriterEntry* writer =
@@ -50,6 +86,9 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         }
     }
 
+    setFromWord(saveOptions, saveKey::PaletteType, options.palette, kPaletteWords);
+    setFromWord(saveOptions, saveKey::DitherType, options.dither, kDitherWords);
+
     Image image;
     image.pageNumber = options.page;
     loadFile(image, options.input, ReadOptions{});
@@ -58,6 +97,10 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         return kFailure;
     }
     try {
+        if (options.colours != 0)
+            reduceColours(image, options.colours,
+                          uint32_t(saveOptions.integer(saveKey::PaletteType)),
+                          uint32_t(saveOptions.integer(saveKey::DitherType)));
         saveImage(image, options.output, *writer, saveOptions);
     } catch (...) {
         MessageId id = saveMessageForCurrentException();
@@ -83,6 +126,12 @@ void registerConvert(CLI::App& app, CommandContext& context,
         ->check(CLI::PositiveNumber);
     command->add_option("--set", options->assignments,
                         "Save option for this run, e.g. \"Windows Bitmap\\Encode=1\"");
+    command->add_option("--colors", options->colours, "Reduce to at most N colours (2..256)")
+        ->check(CLI::Range(2, 256));
+    command->add_option("--palette", options->palette, "Palette of a reduction")
+        ->check(CLI::IsMember(wordsOf(kPaletteWords)));
+    command->add_option("--dither", options->dither, "Dither of a reduction")
+        ->check(CLI::IsMember(wordsOf(kDitherWords)));
     actions.emplace_back(command, [options, &context] { return runConvert(*options, context); });
 }
 

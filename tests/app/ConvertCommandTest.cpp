@@ -3,10 +3,15 @@
 // that leave no output file.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
 #include <sstream>
 
 #include "app/cli/Cli.h"
+#include "formats/bmp/BmpReader.h"
+#include "formats/gif/GifReader.h"
 #include "formats/pnm/PnmReader.h"
+#include "ops/FixedPalettes.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {
@@ -42,6 +47,12 @@ TEST(ConvertCommand, ConvertsByExtensionOrNameAndReportsFailures) {
         {{"--to", "gif"}, "f.gif", 0, "GI"},
         {{"--set", "PPM\\RawData=perhaps"}, "g.ppm", 2, nullptr},
         {{}, "h.unknown", 2, nullptr},
+        {{"--colors", "16", "--palette", "system", "--dither", "none"}, "i.bmp", 0, "BM"},
+        {{"--colors", "40"}, "j.ppm", 0, "P6"},
+        {{"--colors", "256", "--palette", "676", "--dither", "ordered"}, "k.gif", 0, "GI"},
+        {{"--colors", "1"}, "l.bmp", 2, nullptr},
+        {{"--palette", "cube"}, "m.bmp", 2, nullptr},
+        {{"--dither", "random"}, "n.bmp", 2, nullptr},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.output);
@@ -59,6 +70,20 @@ TEST(ConvertCommand, ConvertsByExtensionOrNameAndReportsFailures) {
         samePixels(converted, readFromBytes(readWholeFile(std::string(VIVARK_TEST_DATA) +
                                                           "/formats/bmp/good/palette16.ppm"),
                                             makePnmReader)));
+    // The reductions took the colours asked for.
+    auto coloursIn = [&](const char* name, ReaderFactory factory) {
+        const Image image = readFromBytes(readWholeFile(dir / name), factory);
+        std::set<Colour> colours;
+        for (uint32_t y = 0; y < image.height(); ++y)
+            for (uint32_t x = 0; x < image.width(); ++x) colours.insert(colourAt(image, x, y));
+        return colours;
+    };
+    for (Colour c : coloursIn("i.bmp", makeBmpReader))
+        EXPECT_NE(std::find(FixedPalette16.begin(), FixedPalette16.end(), c), FixedPalette16.end());
+    EXPECT_LE(coloursIn("j.ppm", makePnmReader).size(), 40u);
+    for (Colour c : coloursIn("k.gif", makeGifReader))
+        EXPECT_EQ(redOf(c) % 51 + blueOf(c) % 51, 0u) << std::hex << c;
+
     std::string err;
     EXPECT_EQ(runTool({"convert", (dir / "missing.bmp").string(), (dir / "x.bmp").string()},
                       nullptr, &err),

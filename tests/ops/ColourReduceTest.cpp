@@ -1,0 +1,252 @@
+// reduceColours end to end: which palette each type and count selects, what
+// stays untouched, how diffusion spreads, that an adaptive palette keeps a
+// few exact colours and fits a smooth picture closely, and that a cancel
+// leaves the image as it was.
+#include <gtest/gtest.h>
+
+#include <set>
+#include <vector>
+
+#include "ops/ColourReduce.h"
+#include "ops/FixedPalettes.h"
+#include "support/ImageTestUtil.h"
+
+namespace vivark {
+namespace {
+
+using test::colourAt;
+
+// A smooth, photo-like true-colour picture: gradients, a bright disc, noise.
+Image smoothPicture(uint32_t width, uint32_t height) {
+    Image image(width, height, 24);
+    uint32_t seed = 7;
+    for (uint32_t y = 0; y < height; ++y) {
+        uint8_t* row = image.plane.mutableRow(y);
+        for (uint32_t x = 0; x < width; ++x) {
+            seed = seed * 1103515245u + 12345u;
+            const int noise = int(seed >> 28) - 8;
+            const int dx = int(x) - int(width) / 2, dy = int(y) - int(height) / 3;
+            const int disc = dx * dx + dy * dy < int(width * width / 16) ? 90 : 0;
+            auto clamp = [](int v) { return uint8_t(std::clamp(v, 0, 255)); };
+            row[3 * x] = clamp(int(255 * y / height) + noise);
+            row[3 * x + 1] = clamp(int(200 * x / width) + disc / 2 + noise);
+            row[3 * x + 2] = clamp(int(120 + 100 * (x + y) / (width + height)) + disc + noise);
+        }
+    }
+    return image;
+}
+
+double meanSquaredError(const Image& a, const Image& b) {
+    double sum = 0;
+    for (uint32_t y = 0; y < a.height(); ++y)
+        for (uint32_t x = 0; x < a.width(); ++x) {
+            const Colour p = colourAt(a, x, y), q = colourAt(b, x, y);
+            for (int shift : {0, 8, 16}) {
+                const double d = double(p >> shift & 255) - double(q >> shift & 255);
+                sum += d * d;
+            }
+        }
+    return sum / (3.0 * a.width() * a.height());
+}
+
+std::set<Colour> coloursOf(const Image& image) {
+    std::set<Colour> colours;
+    for (uint32_t y = 0; y < image.height(); ++y)
+        for (uint32_t x = 0; x < image.width(); ++x) colours.insert(colourAt(image, x, y));
+    return colours;
+}
+
+TEST(ColourReduce, PaletteTypeAndCountChooseThePalette) {
+    const Image source = smoothPicture(24, 16);
+    const struct {
+        uint32_t requested, paletteType, ditherType, count;
+        const Colour* palette;  // null: not a fixed palette
+    } cases[] = {
+        {16, 1, 0, 16, FixedPalette16.data()},
+        {17, 1, 0, 256, FixedPalette256.data()},
+        {2, 1, 2, 16, FixedPalette16.data()},
+        {256, 2, 1, 8, nullptr},
+        {256, 3, 0, 256, nullptr},
+        {256, 4, 2, 252, nullptr},
+        {256, 5, 1, 216, nullptr},
+        {256, 1, 1, 256, FixedPalette256.data()},  // ordered means nearest here
+        {12, 0, 2, 12, nullptr},
+        {12, 99, 0, 12, nullptr},  // unknown types are adaptive
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << c.requested << " " << c.paletteType << " " << c.ditherType);
+        Image image = source;
+        EXPECT_EQ(reduceColours(image, c.requested, c.paletteType, c.ditherType), c.count);
+        EXPECT_EQ(image.bitsPerPixel(), 8u);
+        EXPECT_EQ(image.paletteCount, c.count);
+        if (c.palette) {
+            EXPECT_TRUE(std::equal(c.palette, c.palette + c.count, image.palette.entries.begin()));
+        }
+        EXPECT_LE(coloursOf(image).size(), c.count);
+    }
+}
+
+TEST(ColourReduce, ExactPaletteColoursMapToThemselves) {
+    for (uint32_t type : {1u, 5u}) {
+        SCOPED_TRACE(type);
+        const Colour* palette = type == 1 ? FixedPalette16.data() : nullptr;
+        std::vector<Colour> colours;
+        if (palette) {
+            colours.assign(palette, palette + 16);
+        } else {
+            for (unsigned i = 0; i < 216; ++i)
+                colours.push_back(
+                    rgb(uint8_t(i / 36 * 51), uint8_t(i / 6 % 6 * 51), uint8_t(i % 6 * 51)));
+        }
+        Image image(uint32_t(colours.size()), 2, 24);
+        for (uint32_t y = 0; y < 2; ++y)
+            for (uint32_t x = 0; x < image.width(); ++x) {
+                uint8_t* p = image.plane.mutableRow(y) + 3 * x;
+                p[0] = blueOf(colours[x]), p[1] = greenOf(colours[x]), p[2] = redOf(colours[x]);
+            }
+        Image reduced = image;
+        for (uint32_t dither : {0u, 2u}) {
+            reduced = image;
+            ASSERT_TRUE(reduceColours(reduced, 16, type, dither));
+            EXPECT_TRUE(test::samePixels(image, reduced)) << "dither " << dither;
+        }
+    }
+}
+
+TEST(ColourReduce, IndexedImageThatFitsIsUntouchedOnlyUnderAdaptive) {
+    Image indexed = test::patternImage(10, 6, 4);  // 16 palette entries
+    for (uint32_t requested : {16u, 200u}) {
+        Image image = indexed;
+        EXPECT_EQ(reduceColours(image, requested, 0, 2), requested);
+        EXPECT_EQ(image.bitsPerPixel(), 4u);
+        EXPECT_TRUE(image.plane.sharesPixelsWith(indexed.plane));
+    }
+    Image fewer = indexed;
+    EXPECT_EQ(reduceColours(fewer, 8, 0, 0), 8u);
+    EXPECT_EQ(fewer.bitsPerPixel(), 8u);
+    Image fixed = indexed;
+    EXPECT_EQ(reduceColours(fixed, 16, 1, 0), 16u);
+    EXPECT_EQ(fixed.bitsPerPixel(), 8u);
+    EXPECT_FALSE(fixed.plane.sharesPixelsWith(indexed.plane));
+    indexed.paletteCount = 0;  // counts as 256
+    Image whole = indexed;
+    EXPECT_EQ(reduceColours(whole, 100, 0, 0), 16u);  // only 16 colours occur
+}
+
+TEST(ColourReduce, AdaptiveKeepsFewExactColoursAndFitsASmoothPicture) {
+    const Colour few[] = {rgb(0, 0, 0), rgb(255, 255, 255), rgb(5, 200, 77), rgb(6, 201, 78),
+                          rgb(250, 10, 128)};
+    Image image(15, 4, 24);
+    for (uint32_t y = 0; y < 4; ++y)
+        for (uint32_t x = 0; x < 15; ++x) {
+            const Colour c = few[(x + y) % 5];
+            uint8_t* p = image.plane.mutableRow(y) + 3 * x;
+            p[0] = blueOf(c), p[1] = greenOf(c), p[2] = redOf(c);
+        }
+    Image reduced = image;
+    // The two near greens share a histogram cell and become their mean.
+    EXPECT_EQ(reduceColours(reduced, 256, 0, 2), 4u);
+    for (uint32_t y = 0; y < 4; ++y)
+        for (uint32_t x = 0; x < 15; ++x) {
+            const Colour c = few[(x + y) % 5];
+            if (greenOf(c) < 200) {
+                EXPECT_EQ(colourAt(reduced, x, y), c) << x << "," << y;
+            }
+        }
+
+    const Image picture = smoothPicture(160, 120);
+    const struct {
+        uint32_t count, paletteType, ditherType;
+        double limit;  // mean squared error per channel (the noise alone is 21)
+    } fits[] = {{256, 0, 0, 18}, {64, 0, 0, 65}, {16, 0, 0, 250}, {256, 1, 0, 330}};
+    double adaptive256 = 0, fixed256 = 0;
+    for (const auto& f : fits) {
+        Image r = picture;
+        ASSERT_TRUE(reduceColours(r, f.count, f.paletteType, f.ditherType));
+        const double mse = meanSquaredError(picture, r);
+        EXPECT_LT(mse, f.limit) << f.count << " " << f.paletteType;
+        if (f.count == 256) (f.paletteType == 0 ? adaptive256 : fixed256) = mse;
+    }
+    EXPECT_LT(adaptive256 * 10, fixed256);
+}
+
+TEST(ColourReduce, OnePixelWideImageDiffusesOnlyDownwards) {
+    // Grey 100 against black and white: only luminance carries error, and
+    // only the 5/16 share below reaches a pixel.
+    Image column(1, 12, 24);
+    for (uint32_t y = 0; y < 12; ++y) std::fill_n(column.plane.mutableRow(y), 3, uint8_t{100});
+    ASSERT_TRUE(reduceToBlackAndWhite(column, 2));
+    int carried = 0;
+    auto limit = [](int e) {
+        const int a = std::abs(e), l = a < 16 ? a : a < 48 ? 16 + (a - 16) / 2 : 32;
+        return e < 0 ? -l : l;
+    };
+    std::string expected, actual;
+    for (uint32_t y = 0; y < 12; ++y) {
+        const int v = std::clamp(100 + limit((carried + 8) >> 4), 0, 255);
+        const int chosen = v >= 128 ? 255 : 0;
+        carried = 5 * (v - chosen);
+        expected += chosen ? 'W' : 'B';
+        actual += colourAt(column, 0, y) == rgb(255, 255, 255) ? 'W' : 'B';
+    }
+    EXPECT_EQ(actual, expected);
+    EXPECT_NE(expected.find('W'), std::string::npos);
+}
+
+TEST(ColourReduce, EveryDepthAndTinySizeReducesUnderEveryType) {
+    std::vector<Image> images{Image()};
+    for (uint32_t bits : {1u, 4u, 8u, 24u})
+        for (auto [w, h] : {std::pair{1u, 1u}, {1u, 3u}, {17u, 5u}})
+            images.push_back(test::patternImage(w, h, bits));
+    for (const Image& source : images)
+        for (uint32_t type : {0u, 1u, 3u, 6u})
+            for (uint32_t dither = 0; dither <= 2; ++dither) {
+                SCOPED_TRACE(testing::Message()
+                             << source.bitsPerPixel() << " bits " << source.width() << "x"
+                             << source.height() << ", type " << type << ", dither " << dither);
+                Image image = source;
+                const auto count = reduceColours(image, 2, type, dither);
+                ASSERT_TRUE(count.has_value());
+                if (image.bitsPerPixel() != 8) continue;  // left as it was
+                EXPECT_LE(coloursOf(image).size(), *count);
+                for (uint32_t y = 0; y < image.height(); ++y)
+                    for (uint32_t x = 0; x < image.width(); ++x)
+                        ASSERT_LT(image.plane.row(y)[x], image.paletteCount);
+            }
+}
+
+TEST(ColourReduce, CancelLeavesTheImageUnchangedAndCompletionReportsOneOfOne) {
+    const Image source = smoothPicture(20, 10);
+    const struct {
+        uint32_t paletteType, ditherType;
+    } cases[] = {{0, 2}, {0, 0}, {1, 2}, {3, 1}, {5, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.paletteType << " " << c.ditherType);
+        for (uint32_t cancelAt : {1u, 9u, 15u}) {
+            Image image = source;
+            const uint32_t serial = image.serial();
+            uint32_t calls = 0;
+            auto cancel = ProgressFunction([&](uint32_t, uint32_t) { return ++calls == cancelAt; });
+            const bool twoPasses = c.paletteType == 0;
+            const bool cancels = cancelAt <= (twoPasses ? 20u : 10u);
+            EXPECT_EQ(reduceColours(image, 32, c.paletteType, c.ditherType, &cancel).has_value(),
+                      !cancels);
+            if (!cancels) continue;
+            EXPECT_EQ(image.serial(), serial);
+            EXPECT_EQ(image.bitsPerPixel(), 24u);
+            EXPECT_TRUE(image.plane.sharesPixelsWith(source.plane));
+        }
+        Image image = source;
+        std::pair<uint32_t, uint32_t> last;
+        auto record = ProgressFunction([&](uint32_t done, uint32_t total) {
+            last = {done, total};
+            return false;
+        });
+        ASSERT_TRUE(reduceColours(image, 32, c.paletteType, c.ditherType, &record));
+        EXPECT_EQ(last, std::make_pair(1u, 1u));
+    }
+}
+
+}  // namespace
+}  // namespace vivark
