@@ -181,6 +181,21 @@ Bytes patterns(size_t size) {
     return v;
 }
 
+// Literal counts in a Fibonacci series: the Huffman tree grows deeper than
+// 15 bits and its lengths have to be limited.
+Bytes skewedLiterals() {
+    Bytes v;
+    uint32_t a = 1, b = 1;
+    for (uint8_t symbol = 0; symbol < 20; ++symbol) {
+        v.insert(v.end(), a, static_cast<uint8_t>('A' + symbol * 7));
+        uint32_t next = a + b;
+        a = b;
+        b = next;
+    }
+    std::shuffle(v.begin(), v.end(), std::mt19937(4));
+    return v;
+}
+
 struct Input {
     const char* name;
     Bytes data;
@@ -197,6 +212,7 @@ const std::vector<Input>& inputs() {
         {"Runs", runs(300000)},
         {"FarRepeats", farRepeats()},
         {"Patterns", patterns(400000)},
+        {"SkewedLiterals", skewedLiterals()},
     };
     return all;
 }
