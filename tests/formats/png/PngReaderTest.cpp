@@ -230,21 +230,7 @@ TEST(PngReader, RefusedFilesGiveTheirErrorValue) {
     }
 }
 
-TEST(PngReader, DamagedStreamsAndShortFilesFailInTheirOwnWords) {
-    std::string zlib = test::zlibCompress(kGreyRows);
-    std::string badAdler = zlib;
-    badAdler.back() = char(badAdler.back() ^ 0x55);
-    EXPECT_EQ(test::thrownBy<ZIPERROR>([&] {
-                  readPng(file({ihdr(), test::pngChunk("IDAT", badAdler), kIend}));
-              }),
-              std::optional(ZIPERROR::ChecksumMismatch));
-    std::string badHeader = zlib;
-    badHeader[1] = char(badHeader[1] ^ 1);
-    EXPECT_EQ(test::thrownBy<ZIPERROR>([&] {
-                  readPng(file({ihdr(), test::pngChunk("IDAT", badHeader), kIend}));
-              }),
-              std::optional(ZIPERROR::HeaderCheck));
-
+TEST(PngReader, ShortFilesFailInTheirOwnWords) {
     PngLayout l = noiseLayout(19, 11, 6, 16, true, 99);
     l.idatSize = 64;
     const std::string bytes = test::writeWithLibpng(l);

@@ -67,19 +67,13 @@ inline std::string writeWithLibpng(const PngLayout& layout) {
     return bytes;
 }
 
-// What libpng reads back from a file: the header, the raw samples of the
-// deinterlaced rows and the ancillary chunks the writer may add.
+// What libpng reads back from a file: the header and the raw samples of the
+// deinterlaced rows (every chunk is read and checked on the way).
 struct LibpngRead {
     uint32_t width = 0, height = 0;
     int colourType = -1, depth = 0, interlace = 0;
     std::vector<std::vector<uint8_t>> rows;
     std::vector<png_color> palette;
-    std::vector<uint8_t> trnsIndices;
-    bool hasTrns = false, hasBkgd = false, hasHist = false, hasPhys = false, hasTime = false;
-    png_color_16 trnsColour{}, background{};
-    std::vector<uint16_t> histogram;
-    uint32_t physX = 0, physY = 0;
-    int physUnit = -1;
 };
 
 struct MemoryReader {
@@ -118,33 +112,6 @@ inline LibpngRead readWithLibpng(const std::string& bytes) {
     png_colorp palette = nullptr;
     int count = 0;
     if (png_get_PLTE(png, info, &palette, &count)) r.palette.assign(palette, palette + count);
-    png_bytep alpha = nullptr;
-    png_color_16p colour = nullptr;
-    if (png_get_tRNS(png, info, &alpha, &count, &colour)) {
-        r.hasTrns = true;
-        if (alpha) r.trnsIndices.assign(alpha, alpha + count);
-        if (colour) r.trnsColour = *colour;
-    }
-    png_color_16p background = nullptr;
-    if (png_get_bKGD(png, info, &background)) {
-        r.hasBkgd = true;
-        r.background = *background;
-    }
-    png_uint_16p hist = nullptr;
-    if (png_get_hIST(png, info, &hist)) {
-        r.hasHist = true;
-        r.histogram.assign(hist, hist + r.palette.size());
-    }
-    png_uint_32 x = 0, y = 0;
-    int unit = 0;
-    if (png_get_pHYs(png, info, &x, &y, &unit)) {
-        r.hasPhys = true;
-        r.physX = x;
-        r.physY = y;
-        r.physUnit = unit;
-    }
-    png_timep time = nullptr;
-    r.hasTime = png_get_tIME(png, info, &time) != 0;
     png_destroy_read_struct(&png, &info, nullptr);
     return r;
 }

@@ -105,6 +105,20 @@ Colour libpngColour(const test::LibpngRead& r, uint32_t x, uint32_t y) {
     return rgb(c.red, c.green, c.blue);
 }
 
+SaveOptionOverlay optionsWith(bool interlace, bool extras) {
+    static StoredSaveOptions stored;
+    SaveOptionOverlay options(stored);
+    options.set(saveKey::PngInterlace, interlace);
+    for (auto key :
+         {saveKey::PngTransparent, saveKey::PngBackground, saveKey::PngHistogram, saveKey::PngTime})
+        options.set(key, extras);
+    options.set(saveKey::PngTransparentIndex, 0x101);
+    options.set(saveKey::PngTransparentColor, 0x123456);
+    options.set(saveKey::PngBackgroundIndex, 0x102);
+    options.set(saveKey::PngBackgroundColor, 0xABCDEF);
+    return options;
+}
+
 TEST(PngWriter, EveryFormReadsBackWithLibpngAndOurReader) {
     for (const FormCase& form : kForms) {
         for (bool interlace : {false, true}) {
@@ -112,19 +126,8 @@ TEST(PngWriter, EveryFormReadsBackWithLibpngAndOurReader) {
                 SCOPED_TRACE(testing::Message() << form.name << (interlace ? " interlaced" : "")
                                                 << (extras ? " with extras" : ""));
                 Image image = form.make();
-                image.resolution = {72, 72, ResolutionUnit::PerInch};
-                StoredSaveOptions stored;
-                SaveOptionOverlay options(stored);
-                options.set(saveKey::PngInterlace, interlace);
-                for (auto key : {saveKey::PngTransparent, saveKey::PngBackground,
-                                 saveKey::PngHistogram, saveKey::PngTime})
-                    options.set(key, extras);
-                options.set(saveKey::PngTransparentIndex, 0x101);
-                options.set(saveKey::PngTransparentColor, 0x123456);
-                options.set(saveKey::PngBackgroundIndex, 1);
-                options.set(saveKey::PngBackgroundColor, 0xABCDEF);
-                const std::string bytes = test::writeToBytes(image, writePng, options);
-
+                const std::string bytes =
+                    test::writeToBytes(image, writePng, optionsWith(interlace, extras));
                 const bool paletted = form.colourType == 3;
                 std::string expected = paletted ? "IHDR PLTE " : "IHDR ";
                 if (extras) expected += paletted ? "tRNS bKGD hIST " : "tRNS bKGD ";
@@ -141,53 +144,47 @@ TEST(PngWriter, EveryFormReadsBackWithLibpngAndOurReader) {
                     for (uint32_t x = 0; x < r.width; ++x)
                         ASSERT_EQ(libpngColour(r, x, y), test::colourAt(image, x, y))
                             << x << "," << y;
-                EXPECT_TRUE(r.hasPhys);
-                EXPECT_EQ(r.physX, 2835u);
-                EXPECT_EQ(r.physY, 2835u);
-                EXPECT_EQ(r.physUnit, 1);
-                EXPECT_EQ(r.hasTrns, extras);
-                EXPECT_EQ(r.hasBkgd, extras);
-                EXPECT_EQ(r.hasHist, extras && paletted);
-                EXPECT_EQ(r.hasTime, extras);
-                if (extras && form.colourType == 0) {
-                    EXPECT_EQ(r.background.gray, 1);
-                }
-                if (extras && form.colourType == 2) {
-                    EXPECT_EQ(r.trnsColour.red, 0x12);
-                    EXPECT_EQ(r.trnsColour.green, 0x34);
-                    EXPECT_EQ(r.trnsColour.blue, 0x56);
-                    EXPECT_EQ(r.background.red, 0xAB);
-                    EXPECT_EQ(r.background.blue, 0xEF);
-                }
-                if (extras && paletted) {
-                    std::vector<uint8_t> alpha(r.palette.size(), 0xFF);
-                    alpha[1] = 0;
-                    EXPECT_EQ(r.trnsIndices, alpha);
-                    EXPECT_EQ(r.background.index, 1);
-                }
-
-                Image back = test::readFromBytes(bytes, makePngReader);
-                EXPECT_TRUE(test::samePixels(back, image));
-                EXPECT_EQ(back.resolution.unit, ResolutionUnit::PerMetre);
+                EXPECT_TRUE(test::samePixels(test::readFromBytes(bytes, makePngReader), image));
             }
         }
     }
 }
 
-TEST(PngWriter, GreyTransparencyAndBackgroundAreSixteenBitLevels) {
-    StoredSaveOptions stored;
-    SaveOptionOverlay options(stored);
-    options.set(saveKey::PngTransparent, 1);
-    options.set(saveKey::PngTransparentIndex, 0x1234);
-    options.set(saveKey::PngBackground, 1);
-    options.set(saveKey::PngBackgroundIndex, 0x0102);
-    const auto chunks = chunksOf(
-        test::writeToBytes(indexedImage(
-                               4, 4, [](uint32_t x, uint32_t) { return uint8_t(x); }, true),
-                           writePng, options));
-    ASSERT_NE(findChunk(chunks, "tRNS"), nullptr);
-    EXPECT_EQ(findChunk(chunks, "tRNS")->data, "\x12\x34");
-    EXPECT_EQ(findChunk(chunks, "bKGD")->data, std::string("\x01\x02", 2));
+TEST(PngWriter, OptionChunksHoldTheOptionValues) {
+    struct Case {
+        const char* name;
+        Image image;
+        std::string trns, bkgd;
+    };
+    const Case cases[] = {
+        {"Grey", kForms[1].make(), std::string("\x01\x01", 2), std::string("\x01\x02", 2)},
+        {"Rgb", kForms[0].make(), std::string("\0\x12\0\x34\0\x56", 6),
+         std::string("\0\xAB\0\xCD\0\xEF", 6)},
+        // Entries in use 0..2: entry (0x101 & 0xFF) is the transparent one.
+        {"Palette", kForms[4].make(), std::string("\xFF\0\xFF", 3), std::string("\x02", 1)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto chunks =
+            chunksOf(test::writeToBytes(c.image, writePng, optionsWith(false, true)));
+        EXPECT_EQ(findChunk(chunks, "tRNS")->data, c.trns);
+        EXPECT_EQ(findChunk(chunks, "bKGD")->data, c.bkgd);
+        EXPECT_EQ(findChunk(chunks, "tIME")->data.size(), 7u);
+    }
+    // pHYs: per inch becomes per metre; no unit writes unit 0.
+    const std::pair<Resolution, std::string> resolutions[] = {
+        {{72, 72, ResolutionUnit::PerInch}, std::string("\0\0\x0B\x13\0\0\x0B\x13\x01", 9)},
+        {{3779.4, 100, ResolutionUnit::PerMetre}, std::string("\0\0\x0E\xC3\0\0\0\x64\x01", 9)},
+        {{2, 3, ResolutionUnit::Ratio}, std::string("\0\0\0\x02\0\0\0\x03\0", 9)},
+        {{}, std::string(9, '\0')},
+    };
+    for (const auto& [resolution, data] : resolutions) {
+        Image image = kForms[0].make();
+        image.resolution = resolution;
+        const auto chunks =
+            chunksOf(test::writeToBytes(image, writePng, optionsWith(false, false)));
+        EXPECT_EQ(findChunk(chunks, "pHYs")->data, data);
+    }
 }
 
 TEST(PngWriter, OneColourPaletteIsWrittenWithDepthZero) {
@@ -213,45 +210,29 @@ TEST(PngWriter, OneColourPaletteIsWrittenWithDepthZero) {
 TEST(PngWriter, HistogramScalesByTheFirstEntry) {
     struct Case {
         const char* name;
-        uint32_t first, second, third;
-        std::vector<uint16_t> written;
+        uint32_t width, counts[3];
+        std::string written;
     };
     const Case cases[] = {
-        // Entry 0 fits: no shift, and 70000 keeps its low 16 bits.
-        {"SecondOverflows", 1, 70000, 999, {1, 70000 & 0xFFFF, 999}},
-        // Entry 0 needs a shift of 2; small counts become 1, not 0.
-        {"SmallCountsStayVisible", 140000, 1, 3, {35000, 1, 1}},
+        // Entry 0 fits: no shift, and 70000 keeps its low 16 bits (0x1170).
+        {"SecondOverflows", 1000, {1, 70000, 999}, std::string("\0\x01\x11\x70\x03\xE7", 6)},
+        // Entry 0 needs a shift of 2 (35000); small counts become 1, not 0.
+        {"SmallCountsStayVisible", 4, {140000, 1, 3}, std::string("\x88\xB8\0\x01\0\x01", 6)},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        const uint32_t width = 1000;
-        const uint32_t total = c.first + c.second + c.third;
-        const uint32_t height = (total + width - 1) / width;
-        Image image(width, height, 8);
-        for (uint32_t i = 0; i < 3; ++i) image.palette[i] = rgb(uint8_t(10 * i + 1), 2, 3);
         uint32_t n = 0;
-        for (uint32_t y = 0; y < height; ++y) {
-            uint8_t* row = image.plane.mutableRow(y);
-            for (uint32_t x = 0; x < width; ++x, ++n)
-                row[x] = n < c.first ? 0 : n < c.first + c.second ? 1 : 2;
-        }
-        // The padding past the last counted pixel goes to entry 2's count.
-        std::vector<uint16_t> expected = c.written;
-        if (c.third == 999)
-            expected[2] = uint16_t(999 + height * width - total);
-        else
-            expected[2] = uint16_t(std::max<uint32_t>(1, (c.third + height * width - total) >> 2));
-        StoredSaveOptions stored;
-        SaveOptionOverlay options(stored);
+        auto index = [&](uint32_t, uint32_t) {
+            const uint32_t i = n++;
+            return uint8_t(i < c.counts[0] ? 0 : i < c.counts[0] + c.counts[1] ? 1 : 2);
+        };
+        const uint32_t total = c.counts[0] + c.counts[1] + c.counts[2];
+        Image image = indexedImage(c.width, total / c.width, index, false);
+        SaveOptionOverlay options = optionsWith(false, false);
         options.set(saveKey::PngHistogram, 1);
         const auto chunks = chunksOf(test::writeToBytes(image, writePng, options));
-        const Chunk* hist = findChunk(chunks, "hIST");
-        ASSERT_NE(hist, nullptr);
-        ASSERT_EQ(hist->data.size(), 6u);
-        for (size_t i = 0; i < 3; ++i)
-            EXPECT_EQ(loadBE16(reinterpret_cast<const uint8_t*>(hist->data.data()) + 2 * i),
-                      expected[i])
-                << i;
+        ASSERT_NE(findChunk(chunks, "hIST"), nullptr);
+        EXPECT_EQ(findChunk(chunks, "hIST")->data, c.written);
     }
 }
 
