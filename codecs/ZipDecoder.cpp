@@ -40,11 +40,13 @@ inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint8_t* from = out - distance;
     uint8_t* const end = out + length;
     if (distance >= 8) {
-        // Each word's source lies wholly before its destination.
+        // Each word's source lies wholly before its destination; two words a
+        // step.
         do {
             std::memcpy(out, from, 8);
-            out += 8;
-            from += 8;
+            std::memcpy(out + 8, from + 8, 8);
+            out += 16;
+            from += 16;
         } while (out < end);
     } else if (distance == 1) {
         std::memset(out, *from, length);
@@ -338,6 +340,7 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
     const CodeEntry* const distances = distances_;
     uint8_t* out = out_;
     const uint8_t* in = source.cursor;
+    const uint8_t* inEnd = source.end;
     uint64_t bits = bitBuffer_;
     uint32_t count = bitCount_;
 
@@ -353,11 +356,12 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
     };
 
     while (out < limit) {
-        if (source.end - in < 8) {
+        if (inEnd - in < 8) {
             store();
             const bool ended = decodeSymbolCarefully();
             out = out_;
             in = source.cursor;
+            inEnd = source.end;
             bits = bitBuffer_;
             count = bitCount_;
             if (ended) break;
@@ -369,6 +373,23 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
         count |= 56;
 
         CodeEntry entry = literals[bits & LiteralTable::kMask];
+        if (entry.op == CodeEntry::kLiteral) {
+            // A root literal takes at most 10 bits: two more fit without a
+            // refill. A longer code waits for the next round.
+            drop(entry.bits);
+            *out++ = static_cast<uint8_t>(entry.value);
+            if (out == limit) break;
+            entry = literals[bits & LiteralTable::kMask];
+            if (entry.op != CodeEntry::kLiteral) continue;
+            drop(entry.bits);
+            *out++ = static_cast<uint8_t>(entry.value);
+            if (out == limit) break;
+            entry = literals[bits & LiteralTable::kMask];
+            if (entry.op != CodeEntry::kLiteral) continue;
+            drop(entry.bits);
+            *out++ = static_cast<uint8_t>(entry.value);
+            continue;
+        }
         if (entry.op > CodeEntry::kLiteral) {
             if (entry.op == CodeEntry::kInvalid) {
                 store();
