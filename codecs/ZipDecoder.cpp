@@ -51,20 +51,16 @@ inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
     } else if (distance == 1) {
         std::memset(out, *from, length);
     } else {
-        // Lay down the first repeats byte by byte up to a period of at least
-        // eight, then copy words from one period back.
-        static constexpr uint8_t kPeriod[8] = {0, 0, 8, 9, 8, 10, 12, 14};
-        const uint32_t period = kPeriod[distance];
-        for (uint32_t i = 0; i < period; ++i) out[i] = from[i];
-        if (length > period) {
-            uint8_t* to = out + period;
-            from = out;
-            do {
-                std::memcpy(to, from, 8);
-                to += 8;
-                from += 8;
-            } while (to < end);
-        }
+        // A pattern of 2 to 7 bytes: build a word of it from the settled
+        // bytes and store it at steps of whole periods, never loading what
+        // was just stored.
+        uint8_t pattern[8];
+        for (uint32_t i = 0; i < 8; ++i) pattern[i] = from[i % distance];
+        const uint32_t step = 8 / distance * distance;
+        do {
+            std::memcpy(out, pattern, 8);
+            out += step;
+        } while (out < end);
     }
     return end;
 }
@@ -344,20 +340,24 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
     uint64_t bits = bitBuffer_;
     uint32_t count = bitCount_;
 
-    auto store = [&] {
-        out_ = out;
-        source.cursor = in;
-        bitBuffer_ = bits;
-        bitCount_ = count;
-    };
-    auto drop = [&](uint32_t n) {
-        bits >>= n;
-        count -= n;
-    };
+    // Plain statements rather than lambdas over the locals, so that none of
+    // them has its address taken and all stay in registers.
+#define VIVARK_DROP(n) \
+    do {               \
+        bits >>= (n);  \
+        count -= (n);  \
+    } while (false)
+#define VIVARK_STORE()      \
+    do {                    \
+        out_ = out;         \
+        source.cursor = in; \
+        bitBuffer_ = bits;  \
+        bitCount_ = count;  \
+    } while (false)
 
     while (out < limit) {
         if (inEnd - in < 8) {
-            store();
+            VIVARK_STORE();
             const bool ended = decodeSymbolCarefully();
             out = out_;
             in = source.cursor;
@@ -376,33 +376,33 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
         if (entry.op == CodeEntry::kLiteral) {
             // A root literal takes at most 10 bits: two more fit without a
             // refill. A longer code waits for the next round.
-            drop(entry.bits);
+            VIVARK_DROP(entry.bits);
             *out++ = static_cast<uint8_t>(entry.value);
             if (out == limit) break;
             entry = literals[bits & LiteralTable::kMask];
             if (entry.op != CodeEntry::kLiteral) continue;
-            drop(entry.bits);
+            VIVARK_DROP(entry.bits);
             *out++ = static_cast<uint8_t>(entry.value);
             if (out == limit) break;
             entry = literals[bits & LiteralTable::kMask];
             if (entry.op != CodeEntry::kLiteral) continue;
-            drop(entry.bits);
+            VIVARK_DROP(entry.bits);
             *out++ = static_cast<uint8_t>(entry.value);
             continue;
         }
         if (entry.op > CodeEntry::kLiteral) {
             if (entry.op == CodeEntry::kInvalid) {
-                store();
+                VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
-            drop(entry.bits);
+            VIVARK_DROP(entry.bits);
             entry = literals[entry.value + lowBits(bits, entry.op - CodeEntry::kLiteral)];
             if (entry.op == CodeEntry::kInvalid) {
-                store();
+                VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
         }
-        drop(entry.bits);
+        VIVARK_DROP(entry.bits);
         if (entry.op == CodeEntry::kLiteral) {
             *out++ = static_cast<uint8_t>(entry.value);
             continue;
@@ -412,27 +412,29 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
             break;
         }
         const uint32_t length = entry.value + lowBits(bits, entry.op);
-        drop(entry.op);
+        VIVARK_DROP(entry.op);
 
         entry = distances[bits & DistanceTable::kMask];
         if (entry.op > CodeEntry::kLiteral) {
             if (entry.op == CodeEntry::kInvalid) {
-                store();
+                VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
-            drop(entry.bits);
+            VIVARK_DROP(entry.bits);
             entry = distances[entry.value + lowBits(bits, entry.op - CodeEntry::kLiteral)];
             if (entry.op == CodeEntry::kInvalid) {
-                store();
+                VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
         }
-        drop(entry.bits);
+        VIVARK_DROP(entry.bits);
         const uint32_t distance = entry.value + lowBits(bits, entry.op);
-        drop(entry.op);
+        VIVARK_DROP(entry.op);
         out = copyMatch(out, distance, length);
     }
-    store();
+    VIVARK_STORE();
+#undef VIVARK_STORE
+#undef VIVARK_DROP
 }
 
 void ZipDecoder::copyStored(uint8_t* const limit) {
