@@ -355,8 +355,14 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
         bitCount_ = count;  \
     } while (false)
 
+    // The next literal/length entry, looked up before a match is copied so
+    // that the table load overlaps the copy.
+    CodeEntry entry{};
+    bool looked = false;
     while (out < limit) {
-        if (inEnd - in < 8) {
+        if (looked) {
+            looked = false;
+        } else if (inEnd - in < 8) {
             VIVARK_STORE();
             const bool ended = decodeSymbolCarefully();
             out = out_;
@@ -366,13 +372,13 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
             count = bitCount_;
             if (ended) break;
             continue;
+        } else {
+            // Refill to 56..63 bits, consuming only the bytes wholly taken in.
+            bits |= loadWord(in) << count;
+            in += (63 - count) >> 3;
+            count |= 56;
+            entry = literals[bits & LiteralTable::kMask];
         }
-        // Refill to 56..63 bits, consuming only the bytes wholly taken in.
-        bits |= loadWord(in) << count;
-        in += (63 - count) >> 3;
-        count |= 56;
-
-        CodeEntry entry = literals[bits & LiteralTable::kMask];
         if (entry.op == CodeEntry::kLiteral) {
             // A root literal takes at most 10 bits: two more fit without a
             // refill. A longer code waits for the next round.
@@ -430,6 +436,13 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
         VIVARK_DROP(entry.bits);
         const uint32_t distance = entry.value + lowBits(bits, entry.op);
         VIVARK_DROP(entry.op);
+        if (inEnd - in >= 8) {
+            bits |= loadWord(in) << count;
+            in += (63 - count) >> 3;
+            count |= 56;
+            entry = literals[bits & LiteralTable::kMask];
+            looked = true;
+        }
         out = copyMatch(out, distance, length);
     }
     VIVARK_STORE();
