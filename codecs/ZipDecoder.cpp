@@ -380,20 +380,16 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
             entry = literals[bits & LiteralTable::kMask];
         }
         if (entry.op == CodeEntry::kLiteral) {
-            // A root literal takes at most 10 bits: two more fit without a
-            // refill. A longer code waits for the next round.
+            // A root literal takes at most 11 bits: five fit in one refill. A
+            // longer code waits for the next round.
             VIVARK_DROP(entry.bits);
             *out++ = static_cast<uint8_t>(entry.value);
-            if (out == limit) break;
-            entry = literals[bits & LiteralTable::kMask];
-            if (entry.op != CodeEntry::kLiteral) continue;
-            VIVARK_DROP(entry.bits);
-            *out++ = static_cast<uint8_t>(entry.value);
-            if (out == limit) break;
-            entry = literals[bits & LiteralTable::kMask];
-            if (entry.op != CodeEntry::kLiteral) continue;
-            VIVARK_DROP(entry.bits);
-            *out++ = static_cast<uint8_t>(entry.value);
+            for (int more = 4; more != 0 && out != limit; --more) {
+                entry = literals[bits & LiteralTable::kMask];
+                if (entry.op != CodeEntry::kLiteral) break;
+                VIVARK_DROP(entry.bits);
+                *out++ = static_cast<uint8_t>(entry.value);
+            }
             continue;
         }
         if (entry.op > CodeEntry::kLiteral) {
