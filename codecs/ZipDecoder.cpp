@@ -54,9 +54,11 @@ inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
         // A pattern of 2 to 7 bytes: build a word of it from the settled
         // bytes and store it at steps of whole periods, never loading what
         // was just stored.
+        static constexpr uint8_t kStep[8] = {0, 0, 8, 6, 8, 5, 6, 7};  // whole periods in 8
         uint8_t pattern[8];
-        for (uint32_t i = 0; i < 8; ++i) pattern[i] = from[i % distance];
-        const uint32_t step = 8 / distance * distance;
+        for (uint32_t i = 0; i < distance; ++i) pattern[i] = from[i];
+        for (uint32_t i = distance; i < 8; ++i) pattern[i] = pattern[i - distance];
+        const uint32_t step = kStep[distance];
         do {
             std::memcpy(out, pattern, 8);
             out += step;
@@ -404,17 +406,19 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
                 throw ZIPERROR::InvalidData;
             }
         }
-        VIVARK_DROP(entry.bits);
         if (entry.op == CodeEntry::kLiteral) {
+            VIVARK_DROP(entry.bits);
             *out++ = static_cast<uint8_t>(entry.value);
             continue;
         }
         if (entry.op == CodeEntry::kEndOfBlock) {
+            VIVARK_DROP(entry.bits);
             headerNeeded_ = true;
             break;
         }
-        const uint32_t length = entry.value + lowBits(bits, entry.op);
-        VIVARK_DROP(entry.op);
+        // The code and its extra bits go in one shift.
+        const uint32_t length = entry.value + lowBits(bits >> entry.bits, entry.op);
+        VIVARK_DROP(entry.bits + entry.op);
 
         entry = distances[bits & DistanceTable::kMask];
         if (entry.op > CodeEntry::kLiteral) {
@@ -429,9 +433,8 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
                 throw ZIPERROR::InvalidData;
             }
         }
-        VIVARK_DROP(entry.bits);
-        const uint32_t distance = entry.value + lowBits(bits, entry.op);
-        VIVARK_DROP(entry.op);
+        const uint32_t distance = entry.value + lowBits(bits >> entry.bits, entry.op);
+        VIVARK_DROP(entry.bits + entry.op);
         if (inEnd - in >= 8) {
             bits |= loadWord(in) << count;
             in += (63 - count) >> 3;
