@@ -18,13 +18,13 @@ namespace {
 constexpr uint32_t kMaxLength = deflate::kMaxBits;
 constexpr uint32_t kMaxSymbols = deflate::kLiteralLengthSymbols;
 
+// The low `length` bits of code in reverse order (length 1 to 15).
 uint32_t reverseBits(uint32_t code, uint32_t length) {
-    uint32_t reversed = 0;
-    for (uint32_t i = 0; i < length; ++i) {
-        reversed = (reversed << 1) | (code & 1);
-        code >>= 1;
-    }
-    return reversed;
+    code = ((code & 0x5555) << 1) | ((code >> 1) & 0x5555);
+    code = ((code & 0x3333) << 2) | ((code >> 2) & 0x3333);
+    code = ((code & 0x0F0F) << 4) | ((code >> 4) & 0x0F0F);
+    code = ((code & 0x00FF) << 8) | ((code >> 8) & 0x00FF);
+    return code >> (16 - length);
 }
 
 CodeEntry entryFor(const CodeSet& set, uint32_t symbol, uint32_t bits) {
@@ -83,8 +83,10 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
     // Slots no code reaches (an incomplete set) decode as invalid once as many
     // bits as the longest code are in.
     const uint32_t invalidBits = longest == 0 ? 1 : (longest < rootBits ? longest : rootBits);
-    for (uint32_t i = 0; i < rootSize; ++i)
-        table[i] = {CodeEntry::kInvalid, static_cast<uint8_t>(invalidBits), 0};
+    // A complete set writes every slot; only an incomplete one leaves gaps.
+    if (left > 0)
+        for (uint32_t i = 0; i < rootSize; ++i)
+            table[i] = {CodeEntry::kInvalid, static_cast<uint8_t>(invalidBits), 0};
 
     uint32_t used = rootSize;
     uint32_t remaining[kMaxLength + 1];

@@ -40,29 +40,29 @@ inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint8_t* from = out - distance;
     uint8_t* const end = out + length;
     if (distance >= 8) {
-        // Each word's source lies wholly before its destination.
+        // Each word's source lies wholly before its destination; two words a
+        // step.
         do {
             std::memcpy(out, from, 8);
-            out += 8;
-            from += 8;
+            std::memcpy(out + 8, from + 8, 8);
+            out += 16;
+            from += 16;
         } while (out < end);
     } else if (distance == 1) {
         std::memset(out, *from, length);
     } else {
-        // Lay down the first repeats byte by byte up to a period of at least
-        // eight, then copy words from one period back.
-        static constexpr uint8_t kPeriod[8] = {0, 0, 8, 9, 8, 10, 12, 14};
-        const uint32_t period = kPeriod[distance];
-        for (uint32_t i = 0; i < period; ++i) out[i] = from[i];
-        if (length > period) {
-            uint8_t* to = out + period;
-            from = out;
-            do {
-                std::memcpy(to, from, 8);
-                to += 8;
-                from += 8;
-            } while (to < end);
-        }
+        // A pattern of 2 to 7 bytes: build a word of it from the settled
+        // bytes and store it at steps of whole periods, never loading what
+        // was just stored.
+        static constexpr uint8_t kStep[8] = {0, 0, 8, 6, 8, 5, 6, 7};  // whole periods in 8
+        uint8_t pattern[8];
+        for (uint32_t i = 0; i < distance; ++i) pattern[i] = from[i];
+        for (uint32_t i = distance; i < 8; ++i) pattern[i] = pattern[i - distance];
+        const uint32_t step = kStep[distance];
+        do {
+            std::memcpy(out, pattern, 8);
+            out += step;
+        } while (out < end);
     }
     return end;
 }
@@ -338,80 +338,115 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
     const CodeEntry* const distances = distances_;
     uint8_t* out = out_;
     const uint8_t* in = source.cursor;
+    const uint8_t* inEnd = source.end;
     uint64_t bits = bitBuffer_;
     uint32_t count = bitCount_;
 
-    auto store = [&] {
-        out_ = out;
-        source.cursor = in;
-        bitBuffer_ = bits;
-        bitCount_ = count;
-    };
-    auto drop = [&](uint32_t n) {
-        bits >>= n;
-        count -= n;
-    };
+    // Plain statements rather than lambdas over the locals, so that none of
+    // them has its address taken and all stay in registers.
+#define VIVARK_DROP(n) \
+    do {               \
+        bits >>= (n);  \
+        count -= (n);  \
+    } while (false)
+#define VIVARK_STORE()      \
+    do {                    \
+        out_ = out;         \
+        source.cursor = in; \
+        bitBuffer_ = bits;  \
+        bitCount_ = count;  \
+    } while (false)
 
+    // The next literal/length entry, looked up before a match is copied so
+    // that the table load overlaps the copy.
+    CodeEntry entry{};
+    bool looked = false;
     while (out < limit) {
-        if (source.end - in < 8) {
-            store();
+        if (looked) {
+            looked = false;
+        } else if (inEnd - in < 8) {
+            VIVARK_STORE();
             const bool ended = decodeSymbolCarefully();
             out = out_;
             in = source.cursor;
+            inEnd = source.end;
             bits = bitBuffer_;
             count = bitCount_;
             if (ended) break;
             continue;
+        } else {
+            // Refill to 56..63 bits, consuming only the bytes wholly taken in.
+            bits |= loadWord(in) << count;
+            in += (63 - count) >> 3;
+            count |= 56;
+            entry = literals[bits & LiteralTable::kMask];
         }
-        // Refill to 56..63 bits, consuming only the bytes wholly taken in.
-        bits |= loadWord(in) << count;
-        in += (63 - count) >> 3;
-        count |= 56;
-
-        CodeEntry entry = literals[bits & LiteralTable::kMask];
+        if (entry.op == CodeEntry::kLiteral) {
+            // A root literal takes at most 11 bits: five fit in one refill. A
+            // longer code waits for the next round.
+            VIVARK_DROP(entry.bits);
+            *out++ = static_cast<uint8_t>(entry.value);
+            for (int more = 4; more != 0 && out != limit; --more) {
+                entry = literals[bits & LiteralTable::kMask];
+                if (entry.op != CodeEntry::kLiteral) break;
+                VIVARK_DROP(entry.bits);
+                *out++ = static_cast<uint8_t>(entry.value);
+            }
+            continue;
+        }
         if (entry.op > CodeEntry::kLiteral) {
             if (entry.op == CodeEntry::kInvalid) {
-                store();
+                VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
-            drop(entry.bits);
+            VIVARK_DROP(entry.bits);
             entry = literals[entry.value + lowBits(bits, entry.op - CodeEntry::kLiteral)];
             if (entry.op == CodeEntry::kInvalid) {
-                store();
+                VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
         }
-        drop(entry.bits);
         if (entry.op == CodeEntry::kLiteral) {
+            VIVARK_DROP(entry.bits);
             *out++ = static_cast<uint8_t>(entry.value);
             continue;
         }
         if (entry.op == CodeEntry::kEndOfBlock) {
+            VIVARK_DROP(entry.bits);
             headerNeeded_ = true;
             break;
         }
-        const uint32_t length = entry.value + lowBits(bits, entry.op);
-        drop(entry.op);
+        // The code and its extra bits go in one shift.
+        const uint32_t length = entry.value + lowBits(bits >> entry.bits, entry.op);
+        VIVARK_DROP(entry.bits + entry.op);
 
         entry = distances[bits & DistanceTable::kMask];
         if (entry.op > CodeEntry::kLiteral) {
             if (entry.op == CodeEntry::kInvalid) {
-                store();
+                VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
-            drop(entry.bits);
+            VIVARK_DROP(entry.bits);
             entry = distances[entry.value + lowBits(bits, entry.op - CodeEntry::kLiteral)];
             if (entry.op == CodeEntry::kInvalid) {
-                store();
+                VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
         }
-        drop(entry.bits);
-        const uint32_t distance = entry.value + lowBits(bits, entry.op);
-        drop(entry.op);
+        const uint32_t distance = entry.value + lowBits(bits >> entry.bits, entry.op);
+        VIVARK_DROP(entry.bits + entry.op);
+        if (inEnd - in >= 8) {
+            bits |= loadWord(in) << count;
+            in += (63 - count) >> 3;
+            count |= 56;
+            entry = literals[bits & LiteralTable::kMask];
+            looked = true;
+        }
         out = copyMatch(out, distance, length);
     }
-    store();
+    VIVARK_STORE();
+#undef VIVARK_STORE
+#undef VIVARK_DROP
 }
 
 void ZipDecoder::copyStored(uint8_t* const limit) {

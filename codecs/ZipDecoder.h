@@ -49,9 +49,9 @@ class ZipDecoder final : public StreamDecoder {
 
     // Root widths and the most entries a valid code set needs: each sub-table
     // of width w under a complete code holds at least w + 1 codes, so 286
-    // literal/length codes fill at most 48 sub-tables of 32 (root 10) and 30
+    // literal/length codes fill at most 58 sub-tables of 16 (root 11) and 30
     // distance codes at most 4 of 128 (root 8).
-    using LiteralTable = CodeTable<10, 1024 + 48 * 32>;
+    using LiteralTable = CodeTable<11, 2048 + 58 * 16>;
     using DistanceTable = CodeTable<8, 256 + 4 * 128>;
 
     // Decodes until the write position reaches `limit` (a match may run past
