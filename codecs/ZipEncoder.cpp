@@ -28,6 +28,12 @@ int clampInt(int value, int low, int high) {
     return value < low ? low : value > high ? high : value;
 }
 
+inline uint16_t load16(const uint8_t* p) {
+    uint16_t value;
+    std::memcpy(&value, p, 2);
+    return value;
+}
+
 // Bytes that agree from offset 3 on (the hash and the first two bytes already
 // agree, so the third does too), capped at kMaxMatch.
 inline uint32_t matchLength(const uint8_t* scan, const uint8_t* match) {
@@ -191,22 +197,20 @@ uint32_t ZipEncoder::longestMatch(uint32_t candidate) {
     uint32_t best = prevLength_;
     uint32_t nice = niceLength_ < lookahead_ ? niceLength_ : lookahead_;
     uint32_t limit = strstart_ > maxDistance_ ? strstart_ - maxDistance_ : 0;
-    uint8_t end1 = scan[best - 1];
-    uint8_t end = scan[best];
+    // The two bytes that end the best match so far decide most candidates;
+    // then the two that start it.
+    const uint16_t start = load16(scan);
+    uint16_t end = load16(scan + best - 1);
     if (prevLength_ >= goodLength_) chain >>= 2;
     do {
         const uint8_t* match = window + candidate;
-        // The bytes at the end of the best match so far first: they decide most candidates.
-        if (match[best] != end || match[best - 1] != end1 || match[0] != scan[0] ||
-            match[1] != scan[1])
-            continue;
+        if (load16(match + best - 1) != end || load16(match) != start) continue;
         uint32_t length = matchLength(scan, match);
         if (length > best) {
             matchStart_ = candidate;
             best = length;
             if (length >= nice) break;
-            end1 = scan[best - 1];
-            end = scan[best];
+            end = load16(scan + best - 1);
         }
         // A chain limit of 0 wraps around and leaves only the distance limit.
     } while ((candidate = prev[candidate & mask]) > limit && --chain != 0);
@@ -222,14 +226,15 @@ void ZipEncoder::flushBlock(bool last) {
 }
 
 void ZipEncoder::compressGreedy(bool flush) {
-    const uint8_t* window = window_.get();
+    const Chains chains = this->chains();
+    const uint8_t* window = chains.window;
     for (;;) {
         if (lookahead_ < kMinLookahead) {
             fillWindow();
             if (lookahead_ < kMinLookahead && !flush) return;
             if (lookahead_ == 0) break;
         }
-        uint32_t head = lookahead_ >= kMinMatch ? insertString(strstart_) : 0;
+        uint32_t head = lookahead_ >= kMinMatch ? chains.insert(strstart_) : 0;
         if (head != 0 && strstart_ - head <= maxDistance_) matchLength_ = longestMatch(head);
         bool full;
         if (matchLength_ >= kMinMatch) {
@@ -237,7 +242,7 @@ void ZipEncoder::compressGreedy(bool flush) {
             lookahead_ -= matchLength_;
             if (matchLength_ <= lazyLimit_ && lookahead_ >= kMinMatch) {
                 // Short match: every string inside it joins the chains.
-                for (uint32_t n = matchLength_ - 1; n != 0; --n) insertString(++strstart_);
+                for (uint32_t n = matchLength_ - 1; n != 0; --n) chains.insert(++strstart_);
                 ++strstart_;
             } else {
                 // Long match: skipped; hashing resumes at its end.
@@ -255,7 +260,8 @@ void ZipEncoder::compressGreedy(bool flush) {
 }
 
 void ZipEncoder::compressLazy(bool flush) {
-    const uint8_t* window = window_.get();
+    const Chains chains = this->chains();
+    const uint8_t* window = chains.window;
     const bool filtered = strategy_ == 1;
     for (;;) {
         if (lookahead_ < kMinLookahead) {
@@ -263,7 +269,7 @@ void ZipEncoder::compressLazy(bool flush) {
             if (lookahead_ < kMinLookahead && !flush) return;
             if (lookahead_ == 0) break;
         }
-        uint32_t head = lookahead_ >= kMinMatch ? insertString(strstart_) : 0;
+        uint32_t head = lookahead_ >= kMinMatch ? chains.insert(strstart_) : 0;
         // The match found at the previous byte waits while this one is tried.
         prevLength_ = matchLength_;
         prevMatch_ = matchStart_;
@@ -279,11 +285,12 @@ void ZipEncoder::compressLazy(bool flush) {
             uint32_t maxInsert = strstart_ + lookahead_ - kMinMatch;
             bool full = tallyMatch(strstart_ - 1 - prevMatch_, prevLength_ - kMinMatch);
             lookahead_ -= prevLength_ - 1;
+            uint32_t position = strstart_;
             for (uint32_t n = prevLength_ - 2; n != 0; --n)
-                if (++strstart_ <= maxInsert) insertString(strstart_);
+                if (++position <= maxInsert) chains.insert(position);
             matchAvailable_ = false;
             matchLength_ = kMinMatch - 1;
-            ++strstart_;
+            strstart_ = position + 1;
             if (full) flushBlock(false);
         } else if (matchAvailable_) {
             // This match is longer: the previous byte goes out as a literal.

@@ -60,17 +60,30 @@ class ZipEncoder final : public StreamEncoder {
     uint32_t longestMatch(uint32_t candidate);
     void flushBlock(bool last);
 
-    // Links the string at `position` into its hash chain; returns the
-    // previous head of the chain (0: none).
-    uint32_t insertString(uint32_t position) {
-        const uint8_t* p = window_.get() + position;
-        uint32_t hash =
-            ((uint32_t{p[0]} << (2 * hashShift_)) ^ (uint32_t{p[1]} << hashShift_) ^ p[2]) &
-            hashMask_;
-        uint32_t head = head_[hash];
-        prev_[position & windowMask_] = static_cast<uint16_t>(head);
-        head_[hash] = static_cast<uint16_t>(position);
-        return head;
+    // The hash chains, copied into locals by the compressors so that their
+    // pointers stay in registers.
+    struct Chains {
+        const uint8_t* window;
+        uint16_t* prev;
+        uint16_t* head;
+        uint32_t windowMask;
+        uint32_t shift;
+        uint32_t hashMask;
+
+        // Links the string at `position` into its chain; returns the
+        // previous head of the chain (0: none).
+        uint32_t insert(uint32_t position) const {
+            const uint8_t* p = window + position;
+            uint32_t hash =
+                ((uint32_t{p[0]} << (2 * shift)) ^ (uint32_t{p[1]} << shift) ^ p[2]) & hashMask;
+            uint32_t first = head[hash];
+            prev[position & windowMask] = static_cast<uint16_t>(first);
+            head[hash] = static_cast<uint16_t>(position);
+            return first;
+        }
+    };
+    Chains chains() const {
+        return {window_.get(), prev_.get(), head_.get(), windowMask_, hashShift_, hashMask_};
     }
     // Each returns true when the symbol buffer is one short of full.
     bool tallyLiteral(uint8_t value) {

@@ -23,14 +23,14 @@ using Bytes = std::vector<uint8_t>;
 
 constexpr size_t kWhole = 0;  // split: everything in one call
 
-Bytes ours(const Bytes& input, int level, int strategy, size_t piece,
-           ZipEncoder* reused = nullptr) {
+Bytes ours(const Bytes& input, int level, int strategy, size_t piece, int windowBits = 15,
+           int memLevel = 8, ZipEncoder* reused = nullptr) {
     Bytes out;
     MemorySink sink(out);
     std::unique_ptr<ZipEncoder> fresh;
     ZipEncoder* encoder = reused;
     if (encoder == nullptr) {
-        fresh = std::make_unique<ZipEncoder>(level, 8, 15, 8, strategy);
+        fresh = std::make_unique<ZipEncoder>(level, 8, windowBits, memLevel, strategy);
         encoder = fresh.get();
     }
     encoder->attach(&sink);
@@ -43,9 +43,10 @@ Bytes ours(const Bytes& input, int level, int strategy, size_t piece,
     return out;
 }
 
-Bytes zlibDeflate(const Bytes& input, int level, int strategy, size_t piece) {
+Bytes zlibDeflate(const Bytes& input, int level, int strategy, size_t piece, int windowBits = 15,
+                  int memLevel = 8) {
     z_stream z{};
-    EXPECT_EQ(deflateInit2(&z, level, Z_DEFLATED, 15, 8, strategy), Z_OK);
+    EXPECT_EQ(deflateInit2(&z, level, Z_DEFLATED, windowBits, memLevel, strategy), Z_OK);
     Bytes out(deflateBound(&z, input.size()) + 64);
     z.next_out = out.data();
     z.avail_out = static_cast<uInt>(out.size());
@@ -181,6 +182,21 @@ Bytes patterns(size_t size) {
     return v;
 }
 
+// Literal counts in a Fibonacci series: the Huffman tree grows deeper than
+// 15 bits and its lengths have to be limited.
+Bytes skewedLiterals() {
+    Bytes v;
+    uint32_t a = 1, b = 1;
+    for (uint8_t symbol = 0; symbol < 20; ++symbol) {
+        v.insert(v.end(), a, static_cast<uint8_t>('A' + symbol * 7));
+        uint32_t next = a + b;
+        a = b;
+        b = next;
+    }
+    std::shuffle(v.begin(), v.end(), std::mt19937(4));
+    return v;
+}
+
 struct Input {
     const char* name;
     Bytes data;
@@ -197,6 +213,7 @@ const std::vector<Input>& inputs() {
         {"Runs", runs(300000)},
         {"FarRepeats", farRepeats()},
         {"Patterns", patterns(400000)},
+        {"SkewedLiterals", skewedLiterals()},
     };
     return all;
 }
@@ -263,12 +280,35 @@ TEST(ZipEncoder, TenMegabytesMatchZlib) {
     }
 }
 
+// Smaller windows and other hash and symbol buffer sizes change every mask,
+// shift and limit of the match finder.
+TEST(ZipEncoder, OtherWindowAndMemorySizesMatchZlib) {
+    const struct {
+        int windowBits, memLevel;
+    } shapes[] = {{9, 1}, {10, 2}, {12, 5}, {14, 9}, {15, 1}, {15, 9}};
+    for (const auto& shape : shapes)
+        for (int level : {1, 6, 9})
+            for (size_t index : {2, 3, 7}) {  // text, photo rows, far repeats
+                const Input& input = inputs()[index];
+                for (size_t piece : {kWhole, size_t{777}}) {
+                    Bytes actual =
+                        ours(input.data, level, 0, piece, shape.windowBits, shape.memLevel);
+                    Bytes expected =
+                        zlibDeflate(input.data, level, 0, piece, shape.windowBits, shape.memLevel);
+                    ASSERT_EQ(actual, expected)
+                        << input.name << " window bits " << shape.windowBits << " memory level "
+                        << shape.memLevel << " level " << level << " pieces of " << piece << ": "
+                        << firstDifference(actual, expected);
+                }
+            }
+}
+
 TEST(ZipEncoder, ResetStartsAFreshStream) {
     ZipEncoder encoder(9);
     const Bytes& first = inputs()[7].data;
     const Bytes& second = inputs()[2].data;
-    ours(first, 9, 0, 5000, &encoder);
-    EXPECT_EQ(ours(second, 9, 0, kWhole, &encoder), zlibDeflate(second, 9, 0, kWhole));
+    ours(first, 9, 0, 5000, 15, 8, &encoder);
+    EXPECT_EQ(ours(second, 9, 0, kWhole, 15, 8, &encoder), zlibDeflate(second, 9, 0, kWhole));
 }
 
 TEST(ZipEncoder, HeaderAndTrailerOfAnEmptyStream) {
