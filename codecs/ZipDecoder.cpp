@@ -49,7 +49,12 @@ inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
             from += 16;
         } while (out < end);
     } else if (distance == 1) {
-        std::memset(out, *from, length);
+        const uint64_t word = 0x0101010101010101ull * *from;
+        do {
+            std::memcpy(out, &word, 8);
+            std::memcpy(out + 8, &word, 8);
+            out += 16;
+        } while (out < end);
     } else {
         // A pattern of 2 to 7 bytes: build a word of it from the settled
         // bytes and store it at steps of whole periods, never loading what
