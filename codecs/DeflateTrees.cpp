@@ -154,30 +154,21 @@ void BitWriter::drain() {
 
 // ---- DeflateTrees
 
-DeflateTrees::DeflateTrees() {
-    literalTree_ = Tree{
-        literal_.freq, literal_.len,         literal_.code, literal_.dad,    kLiteralLengthCodes,
-        kMaxBits,      kFixed.literalLength, kLengthExtra,  kEndOfBlock + 1, 0};
-    distanceTree_ = Tree{distance_.freq,
-                         distance_.len,
-                         distance_.code,
-                         distance_.dad,
-                         kDistanceCodes,
-                         kMaxBits,
-                         kFixed.distanceLength,
-                         kDistanceExtra,
-                         0,
-                         0};
-    codeLengthTree_ = Tree{codeLength_.freq,
-                           codeLength_.len,
-                           codeLength_.code,
-                           codeLength_.dad,
-                           kCodeLengthCodes,
-                           kMaxCodeLengthBits,
-                           nullptr,
-                           kCodeLengthExtra,
-                           0,
-                           0};
+template <size_t N>
+DeflateTrees::Tree DeflateTrees::treeOver(Storage<N>& storage, uint32_t elements,
+                                          uint32_t maxLength, const uint16_t* staticLengths,
+                                          const uint8_t* extraBits, uint32_t extraBase) {
+    return Tree{storage.freq, storage.len,   storage.code, storage.dad, elements,
+                maxLength,    staticLengths, extraBits,    extraBase,   0};
+}
+
+DeflateTrees::DeflateTrees()
+    : literalTree_(treeOver(literal_, kLiteralLengthCodes, kMaxBits, kFixed.literalLength,
+                            kLengthExtra, kEndOfBlock + 1)),
+      distanceTree_(
+          treeOver(distance_, kDistanceCodes, kMaxBits, kFixed.distanceLength, kDistanceExtra, 0)),
+      codeLengthTree_(treeOver(codeLength_, kCodeLengthCodes, kMaxCodeLengthBits, nullptr,
+                               kCodeLengthExtra, 0)) {
     std::memset(&literal_, 0, sizeof literal_);
     std::memset(&distance_, 0, sizeof distance_);
     std::memset(&codeLength_, 0, sizeof codeLength_);

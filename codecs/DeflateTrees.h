@@ -119,6 +119,10 @@ class DeflateTrees {
         uint16_t dad[N];
     };
 
+    template <size_t N>
+    static Tree treeOver(Storage<N>& storage, uint32_t elements, uint32_t maxLength,
+                         const uint16_t* staticLengths, const uint8_t* extraBits,
+                         uint32_t extraBase);
     void buildTree(Tree& tree);
     void assignLengths(Tree& tree);
     void assignCodes(Tree& tree);
