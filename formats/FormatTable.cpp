@@ -15,6 +15,7 @@
 #include "formats/jpeg/JpegReader.h"
 #include "formats/jpeg/SfwReader.h"
 #include "formats/pcx/PcxReader.h"
+#include "formats/png/PngReader.h"
 #include "formats/pnm/PnmReader.h"
 #include "formats/tga/TgaReader.h"
 
@@ -24,7 +25,7 @@ namespace {
 const std::array<FormatEntry, 33> kFormats = {{
     {"Graphics Interchange Format", makeTag("GIF "), identifyGif, makeGifReader},
     {"JPEG File Interchange Format", makeTag("JFIF"), identifyJpeg, makeJpegReader},
-    {"Portable Network Graphics", makeTag("PNG "), identifyPng, nullptr},
+    {"Portable Network Graphics", makeTag("PNG "), identifyPng, makePngReader},
     {"Tagged Image File Format", makeTag("TIFF"), identifyTiff, nullptr},
     {"Adobe Photoshop Document", makeTag("PSD "), identifyPsd, nullptr},
     {"Windows and OS/2 bitmaps, icons, cursors and pointers", makeTag("BMP "), identifyBmp,

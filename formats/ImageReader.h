@@ -17,6 +17,7 @@
 #include "core/InFile.h"
 #include "core/Limits.h"
 #include "core/Progress.h"
+#include "formats/RowDisplay.h"
 
 namespace vivark {
 
@@ -25,6 +26,8 @@ struct ReadOptions {
     Limits limits;
     // A preview of about this many pixels on the longer side is enough (0: full size).
     uint32_t previewSize = 0;
+    // Follows the rows as they arrive, where the reader supports it; may be null.
+    RowDisplay* display = nullptr;
 };
 
 class ImageReader {

@@ -9,6 +9,7 @@
 #include "formats/gif/GifWriter.h"
 #include "formats/jpeg/JpegWriter.h"
 #include "formats/pcx/PcxWriter.h"
+#include "formats/png/PngWriter.h"
 #include "formats/pnm/PnmWriter.h"
 #include "formats/tga/TgaWriter.h"
 #include "ops/ColourReduce.h"
@@ -100,6 +101,13 @@ const WriterEntry kWriters[] = {
      depthSet({8, 24}),
      ColourNeed::Any,
      writeJfif},
+    {"Portable Network Graphics",
+     {"png"},
+     {"png"},
+     makeTag("PNG "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writePng},
 };
 
 bool sameIgnoringCase(std::string_view a, std::string_view b) {

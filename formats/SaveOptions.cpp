@@ -35,6 +35,15 @@ constexpr SaveOptionKey kKeys[] = {
     {saveKey::JfifExif, SaveOptionKind::Boolean, 1},
     {saveKey::PaletteType, SaveOptionKind::Integer, 0},
     {saveKey::DitherType, SaveOptionKind::Integer, 2},
+    {saveKey::PngInterlace, SaveOptionKind::Boolean, 0},
+    {saveKey::PngHistogram, SaveOptionKind::Boolean, 0},
+    {saveKey::PngTime, SaveOptionKind::Boolean, 0},
+    {saveKey::PngTransparent, SaveOptionKind::Boolean, 0},
+    {saveKey::PngTransparentIndex, SaveOptionKind::Integer, 0},
+    {saveKey::PngTransparentColor, SaveOptionKind::Integer, 0},
+    {saveKey::PngBackground, SaveOptionKind::Boolean, 0},
+    {saveKey::PngBackgroundIndex, SaveOptionKind::Integer, 0},
+    {saveKey::PngBackgroundColor, SaveOptionKind::Integer, 0},
 };
 
 constexpr std::string_view kPrefix = "SaveOptions\\";

@@ -60,6 +60,15 @@ inline constexpr std::string_view JfifExif = "SaveOptions\\JFIF\\Exif";
 // The colour reduction a save makes when the format holds fewer colours.
 inline constexpr std::string_view PaletteType = "Dither\\Palette\\PaletteType";
 inline constexpr std::string_view DitherType = "Dither\\Palette\\DitherType";
+inline constexpr std::string_view PngInterlace = "SaveOptions\\PNG\\Interlace";
+inline constexpr std::string_view PngHistogram = "SaveOptions\\PNG\\Histogram";
+inline constexpr std::string_view PngTime = "SaveOptions\\PNG\\Time";
+inline constexpr std::string_view PngTransparent = "SaveOptions\\PNG\\Transparent";
+inline constexpr std::string_view PngTransparentIndex = "SaveOptions\\PNG\\Transparent Index";
+inline constexpr std::string_view PngTransparentColor = "SaveOptions\\PNG\\Transparent Color";
+inline constexpr std::string_view PngBackground = "SaveOptions\\PNG\\Background";
+inline constexpr std::string_view PngBackgroundIndex = "SaveOptions\\PNG\\Background Index";
+inline constexpr std::string_view PngBackgroundColor = "SaveOptions\\PNG\\Background Color";
 }  // namespace saveKey
 
 // Every key a writer reads, with its kind and default.

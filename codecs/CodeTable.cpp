@@ -1,0 +1,137 @@
+// CodeTable building: counting and checking the code set, assigning the
+// canonical codes and laying them out bit-reversed, since Deflate sends code
+// bits most significant first inside a least-significant-first bit stream.
+//
+// Codes no longer than rootBits fill every root slot whose low bits match.
+// Longer codes sharing the same first rootBits bits are consecutive in
+// canonical order; they get one sub-table, just wide enough for the longest
+// of them, because in a complete set they tile their part of the code space
+// exactly. Throws ZIPERROR.
+#include "codecs/CodeTable.h"
+
+#include "codecs/DeflateTables.h"
+#include "core/Errors.h"
+
+namespace vivark {
+namespace {
+
+constexpr uint32_t kMaxLength = deflate::kMaxBits;
+constexpr uint32_t kMaxSymbols = deflate::kLiteralLengthSymbols;
+
+// The low `length` bits of code in reverse order (length 1 to 15).
+uint32_t reverseBits(uint32_t code, uint32_t length) {
+    code = ((code & 0x5555) << 1) | ((code >> 1) & 0x5555);
+    code = ((code & 0x3333) << 2) | ((code >> 2) & 0x3333);
+    code = ((code & 0x0F0F) << 4) | ((code >> 4) & 0x0F0F);
+    code = ((code & 0x00FF) << 8) | ((code >> 8) & 0x00FF);
+    return code >> (16 - length);
+}
+
+CodeEntry entryFor(const CodeSet& set, uint32_t symbol, uint32_t bits) {
+    const auto b = static_cast<uint8_t>(bits);
+    if (symbol < set.simpleCount) {
+        if (symbol < 256) return {CodeEntry::kLiteral, b, static_cast<uint16_t>(symbol)};
+        return {CodeEntry::kEndOfBlock, b, 0};
+    }
+    uint32_t index = symbol - set.simpleCount;
+    if (index < set.baseCount) return {set.extra[index], b, set.base[index]};
+    return {CodeEntry::kInvalid, b, 0};
+}
+
+}  // namespace
+
+uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
+                        const CodeSet& set) {
+    if (set.count > kMaxSymbols) throw ZIPERROR::InvalidData;
+    uint32_t counts[kMaxLength + 1] = {};
+    for (uint32_t symbol = 0; symbol < set.count; ++symbol) {
+        if (set.lengths[symbol] > kMaxLength) throw ZIPERROR::InvalidData;
+        ++counts[set.lengths[symbol]];
+    }
+    counts[0] = 0;
+
+    // Kraft sum: what is left of the code space after each length.
+    int32_t left = 1;
+    uint32_t total = 0;
+    uint32_t longest = 0;
+    for (uint32_t length = 1; length <= kMaxLength; ++length) {
+        left <<= 1;
+        left -= static_cast<int32_t>(counts[length]);
+        if (left < 0) throw ZIPERROR::TooManyCodes;
+        total += counts[length];
+        if (counts[length] != 0) longest = length;
+    }
+    if (left > 0 && set.rejectIncomplete && !(total == 1 && counts[1] == 1))
+        throw ZIPERROR::IncompleteCodeSet;
+
+    // Symbols in canonical order (by length, then by value), and the first
+    // code of each length.
+    uint16_t sorted[kMaxSymbols];
+    uint32_t offsets[kMaxLength + 2] = {};
+    uint32_t nextCode[kMaxLength + 1] = {};
+    for (uint32_t length = 1, code = 0; length <= kMaxLength; ++length) {
+        offsets[length + 1] = offsets[length] + counts[length];
+        code = (code + counts[length - 1]) << 1;
+        nextCode[length] = code;
+    }
+    for (uint32_t symbol = 0; symbol < set.count; ++symbol)
+        if (set.lengths[symbol] != 0) sorted[offsets[set.lengths[symbol]]++] = uint16_t(symbol);
+
+    const uint32_t rootSize = 1u << rootBits;
+    const uint32_t rootMask = rootSize - 1;
+    if (rootSize > capacity) throw ZIPERROR::InvalidData;
+    // Slots no code reaches (an incomplete set) decode as invalid once as many
+    // bits as the longest code are in.
+    const uint32_t invalidBits = longest == 0 ? 1 : (longest < rootBits ? longest : rootBits);
+    // A complete set writes every slot; only an incomplete one leaves gaps.
+    if (left > 0)
+        for (uint32_t i = 0; i < rootSize; ++i)
+            table[i] = {CodeEntry::kInvalid, static_cast<uint8_t>(invalidBits), 0};
+
+    uint32_t used = rootSize;
+    uint32_t remaining[kMaxLength + 1];
+    for (uint32_t length = 0; length <= kMaxLength; ++length) remaining[length] = counts[length];
+    uint32_t currentPrefix = ~0u;
+    CodeEntry* sub = nullptr;
+    uint32_t subSize = 0;
+
+    for (uint32_t k = 0; k < total; ++k) {
+        const uint32_t symbol = sorted[k];
+        const uint32_t length = set.lengths[symbol];
+        const uint32_t reversed = reverseBits(nextCode[length]++, length);
+        if (length <= rootBits) {
+            const CodeEntry entry = entryFor(set, symbol, length);
+            for (uint32_t i = reversed; i < rootSize; i += 1u << length) table[i] = entry;
+            --remaining[length];
+            continue;
+        }
+        const uint32_t prefix = reversed & rootMask;
+        if (prefix != currentPrefix) {
+            // The narrowest sub-table the codes from here on fill.
+            uint32_t width = length - rootBits;
+            int32_t slots = 1 << width;
+            for (uint32_t l = length; l < kMaxLength; ++l) {
+                slots -= static_cast<int32_t>(remaining[l]);
+                if (slots <= 0) break;
+                ++width;
+                slots <<= 1;
+            }
+            subSize = 1u << width;
+            if (used + subSize > capacity) throw ZIPERROR::InvalidData;
+            sub = table + used;
+            for (uint32_t i = 0; i < subSize; ++i)
+                sub[i] = {CodeEntry::kInvalid, static_cast<uint8_t>(width), 0};
+            table[prefix] = {static_cast<uint8_t>(CodeEntry::kLiteral + width),
+                             static_cast<uint8_t>(rootBits), static_cast<uint16_t>(used)};
+            used += subSize;
+            currentPrefix = prefix;
+        }
+        const CodeEntry entry = entryFor(set, symbol, length - rootBits);
+        for (uint32_t i = reversed >> rootBits; i < subSize; i += 1u << (length - rootBits))
+            sub[i] = entry;
+        --remaining[length];
+    }
+    return used;
+}
+
+}  // namespace vivark
