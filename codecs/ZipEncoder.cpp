@@ -2,6 +2,8 @@
 // greedy, lazy and literal-only compressors, and the zlib header and trailer.
 #include "codecs/ZipEncoder.h"
 
+#include <algorithm>
+
 #include <bit>
 #include <cstring>
 
@@ -115,8 +117,11 @@ void ZipEncoder::reset() {
     clearState();
     bits_.start(sink_, output_.get(), kOutputSize);
     // CMF (method 8, window size) and FLG (a compression level hint, no
-    // preset dictionary, check bits making the pair a multiple of 31).
-    uint32_t levelHint = strategy_ == 2 || level_ < 2 ? 0 : level_ < 6 ? 1 : level_ == 6 ? 2 : 3;
+    // preset dictionary, check bits making the pair a multiple of 31). The
+    // hint is min((level - 1) / 2, 3) whatever the strategy; it is advisory
+    // only, no decoder reads it, and zlib 1.2.13 picks it differently at
+    // levels 2 and 5 and for Huffman-only coding.
+    uint32_t levelHint = static_cast<uint32_t>(std::min((level_ - 1) / 2, 3));
     uint32_t header = ((static_cast<uint32_t>(windowBits_) - 8) << 4 | 8) << 8 | levelHint << 6;
     header += 31 - header % 31;
     bits_.putByte(static_cast<uint8_t>(header >> 8));

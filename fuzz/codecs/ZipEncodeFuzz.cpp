@@ -58,7 +58,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         encoder.close();
     }
     if (level != 0) {
-        if (coded != zlibDeflate(data, size, level, strategy, piece)) std::abort();
+        // Past the header, whose advisory level hint zlib chooses differently.
+        std::vector<uint8_t> expected = zlibDeflate(data, size, level, strategy, piece);
+        if (coded.size() != expected.size() || coded.size() < 2 ||
+            !std::equal(coded.begin() + 2, coded.end(), expected.begin() + 2))
+            std::abort();
     } else {
         std::vector<uint8_t> back(size + 1);
         uLongf length = back.size();
