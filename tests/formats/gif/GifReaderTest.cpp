@@ -14,7 +14,7 @@ namespace vivark {
 namespace {
 
 using test::GifFileLayout;
-using test::GifFrameSpec;
+using test::GifFrameDesc;
 
 std::string gifBytes(const GifFileLayout& layout) {
     test::TempDir dir;
@@ -46,7 +46,7 @@ TEST_P(GifSingleImage, IndicesAndPaletteMatchWhatGiflibWrote) {
     layout.gif89 = c.gif89;
     layout.width = c.width;
     layout.height = c.height;
-    GifFrameSpec frame = test::gifFrame(0, 0, c.width, c.height,
+    GifFrameDesc frame = test::gifFrame(0, 0, c.width, c.height,
                                         test::noiseIndices(c.width, c.height, c.colours, 7));
     frame.interlaced = c.interlaced;
     (c.local ? frame.localTable : layout.globalTable) = test::rampTable(c.colours);
@@ -104,13 +104,13 @@ GifFileLayout threeFrames(int secondDisposal, bool thirdHasLocalTable) {
     layout.background = 0;
     layout.loopCount = 0;
     layout.comment = "made by giflib";
-    GifFrameSpec first = test::gifFrame(0, 0, 6, 6, std::vector<uint8_t>(36, 1));
+    GifFrameDesc first = test::gifFrame(0, 0, 6, 6, std::vector<uint8_t>(36, 1));
     first.disposal = 1;
     first.delay = 7;
-    GifFrameSpec second = test::gifFrame(1, 1, 2, 2, {0, 2, 2, 2});
+    GifFrameDesc second = test::gifFrame(1, 1, 2, 2, {0, 2, 2, 2});
     second.disposal = secondDisposal;
     second.transparent = 0;
-    GifFrameSpec third = test::gifFrame(3, 3, 2, 2, {3, 3, 3, 3});
+    GifFrameDesc third = test::gifFrame(3, 3, 2, 2, {3, 3, 3, 3});
     if (thirdHasLocalTable)
         third.localTable = {rgb(1, 2, 3), rgb(4, 5, 6), rgb(7, 8, 9), rgb(10, 20, 30)};
     layout.frames = {first, second, third};

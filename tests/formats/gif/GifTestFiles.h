@@ -14,7 +14,7 @@
 
 namespace vivark::test {
 
-struct GifFrameSpec {
+struct GifFrameDesc {
     uint32_t left = 0, top = 0, width = 0, height = 0;
     std::vector<uint8_t> indices;  // width x height, top row first
     std::vector<Colour> localTable;
@@ -31,12 +31,12 @@ struct GifFileLayout {
     int background = 0;
     std::string comment;
     int loopCount = -1;  // -1: no NETSCAPE2.0 block
-    std::vector<GifFrameSpec> frames;
+    std::vector<GifFrameDesc> frames;
 };
 
-inline GifFrameSpec gifFrame(uint32_t left, uint32_t top, uint32_t width, uint32_t height,
+inline GifFrameDesc gifFrame(uint32_t left, uint32_t top, uint32_t width, uint32_t height,
                              std::vector<uint8_t> indices) {
-    GifFrameSpec frame;
+    GifFrameDesc frame;
     frame.left = left;
     frame.top = top;
     frame.width = width;
@@ -68,7 +68,7 @@ inline void writeGifWithGiflib(const std::filesystem::path& path, const GifFileL
         EGifPutExtensionBlock(gif, 3, loop);
         EGifPutExtensionTrailer(gif);
     }
-    for (const GifFrameSpec& f : layout.frames) {
+    for (const GifFrameDesc& f : layout.frames) {
         if (f.disposal >= 0) {
             uint8_t gce[4] = {uint8_t(f.disposal << 2 | (f.transparent >= 0 ? 1 : 0)),
                               uint8_t(f.delay), uint8_t(f.delay >> 8),
