@@ -13,9 +13,14 @@ vivark=build/release/app/vivark
 
 out=build/examples-out
 mkdir -p "$out"
-for sample in examples/*.bmp examples/*.pgm examples/*.pbm; do
+for sample in examples/*.bmp examples/*.pgm examples/*.pbm examples/*.png; do
   name=$(basename "${sample%.*}")
   "$vivark" convert "$sample" "$out/$name.bmp"
   "$vivark" convert "$sample" "$out/$name.pnm"
+  "$vivark" convert "$sample" "$out/$name.png"
 done
+# Colour reduction: the user's default palette for a GIF, and explicit choices.
+"$vivark" convert examples/scene.png "$out/scene.gif"
+"$vivark" convert examples/scene.png "$out/scene-system16.pcx" --colors 16 --palette system --dither diffusion
+"$vivark" convert examples/gradient.bmp "$out/gradient-cube.png" --colors 256 --palette 884 --dither ordered
 "$vivark" info "$out"/*
