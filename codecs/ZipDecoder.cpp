@@ -389,6 +389,7 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
         if (entry.op == CodeEntry::kLiteral) {
             // A root literal takes at most 11 bits: five fit in one refill. A
             // longer code waits for the next round.
+            static_assert(5 * LiteralTable::kRootBits <= 56, "five root literals per refill");
             VIVARK_DROP(entry.bits);
             *out++ = static_cast<uint8_t>(entry.value);
             for (int more = 4; more != 0 && out != limit; --more) {
