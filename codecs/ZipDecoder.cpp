@@ -13,6 +13,8 @@
 // is ever demanded of the source.
 #include "codecs/ZipDecoder.h"
 
+#include <algorithm>
+
 #include <bit>
 #include <cstring>
 
@@ -316,8 +318,13 @@ void ZipDecoder::readDynamicTables() {
 
     dynamicLiterals_.build({lengths, literalCount, 257, deflate::kLengthBase, deflate::kLengthExtra,
                             deflate::kLengthCodes, true});
+    // A block of literals alone may give every distance length as 0; its
+    // distance codes are then all invalid. Any other incomplete distance set
+    // is refused.
+    const bool noDistances = std::all_of(lengths + literalCount, lengths + total,
+                                         [](uint8_t length) { return length == 0; });
     dynamicDistances_.build({lengths + literalCount, distanceCount, 0, deflate::kDistanceBase,
-                             deflate::kDistanceExtra, deflate::kDistanceCodes, true});
+                             deflate::kDistanceExtra, deflate::kDistanceCodes, !noDistances});
 }
 
 bool ZipDecoder::decodeSymbolCarefully() {

@@ -444,6 +444,27 @@ TEST(ZipDecoder, LoneCodeOfLengthOneIsAccepted) {
     EXPECT_EQ(out, expected);
 }
 
+TEST(ZipDecoder, LiteralBlockWithoutDistanceCodes) {
+    // Every distance length 0: the literals decode, and a length symbol
+    // (which would need a distance) is invalid data.
+    auto lengths = literalLengths({{'a', 1}, {256, 2}});
+    lengths.push_back(2);  // length symbol 257
+    lengths.push_back(0);  // the only distance length
+    const Bytes expected = {'a', 'a'};
+    BitWriter good;
+    good.header();
+    dynamicHeader(good, true, 258, 1, plainLengths(lengths));
+    good.code(0, 1).code(0, 1).code(2, 2);  // 'a', 'a', end of block (code 10)
+    EXPECT_EQ(decodeAll(good.trailer(expected).take(), 2), expected);
+
+    BitWriter bad;
+    bad.header();
+    dynamicHeader(bad, true, 258, 1, plainLengths(lengths));
+    bad.code(0, 1).code(3, 2).bits(0, 16);  // 'a', length symbol 257 (code 11)
+    EXPECT_EQ(test::thrownBy<ZIPERROR>([&] { decodeAll(bad.take(), 4); }),
+              std::optional(ZIPERROR::InvalidData));
+}
+
 TEST(ZipDecoder, TruncatedStreamIsTheSourcesError) {
     const Bytes input = sampleInput("rows", 20000);
     Bytes coded = zlibCompress(input, 9, Z_DEFAULT_STRATEGY);
