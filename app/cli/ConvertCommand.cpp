@@ -119,9 +119,14 @@ void registerConvert(CLI::App& app, CommandContext& context,
     CLI::App* command = app.add_subcommand("convert", "Convert an image to another format");
     command->add_option("INPUT", options->input, "Image to read")->required();
     command->add_option("OUTPUT", options->output, "File to write")->required();
+    std::string shortNames;
+    for (const WriterEntry& writer : writerTable()) {
+        if (!shortNames.empty()) shortNames += ", ";
+        shortNames += *writer.shortNames.begin();
+    }
     command->add_option("--to", options->format,
-                        "Format: a menu name (\"Windows Bitmap\") or short name (bmp, os2bmp, "
-                        "pbm, pgm, ppm, pnm); default from OUTPUT's extension");
+                        "Format: a menu name (\"Windows Bitmap\") or short name (" + shortNames +
+                            "); default from OUTPUT's extension");
     command->add_option("--page", options->page, "Page of a multi-image file (from 1)")
         ->check(CLI::PositiveNumber);
     command->add_option("--set", options->assignments,
