@@ -3,11 +3,11 @@
 // times 3 for colour types 2 and 6). Width, height and depth must be non-zero.
 #include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/png/PngFormat.h"
 
 namespace vivark {
 namespace {
 
-constexpr uint8_t kSignature[8] = {0x89, 0x50, 0x4E, 0x47, 0x0D, 0x0A, 0x1A, 0x0A};
 // Chunks skipped before IHDR (a valid file has none).
 constexpr int kMaxChunks = 64;
 
@@ -17,13 +17,13 @@ bool identifyPng(InFile& file, FormatInfo* info) {
     uint8_t signature[8];
     file.read(signature, sizeof signature);
     for (size_t i = 0; i < sizeof signature; ++i) {
-        if (signature[i] != kSignature[i]) return false;
+        if (signature[i] != png::kSignature[i]) return false;
     }
     for (int chunk = 0; chunk < kMaxChunks; ++chunk) {
         const uint32_t length = file.readBE32();
         const uint32_t type = file.readBE32();
         if (length > 0x7FFFFFFFu) return false;
-        if (type == 0x49484452u) {  // "IHDR"
+        if (type == png::kIhdr) {
             uint8_t header[10];
             file.read(header, sizeof header);
             const uint32_t width = loadBE32(header);
@@ -31,8 +31,9 @@ bool identifyPng(InFile& file, FormatInfo* info) {
             const uint32_t depth = header[8];
             const uint8_t colourType = header[9];
             if (width == 0 || height == 0 || depth == 0) return false;
-            const uint32_t bits = (colourType == 2 || colourType == 6) ? depth * 3 : depth;
-            return accept(info, width, height, bits, makeTag("PNG "));
+            const uint32_t bits =
+                (colourType == png::kRgb || colourType == png::kRgba) ? depth * 3 : depth;
+            return accept(info, width, height, bits, png::kTag);
         }
         file.skip(uint64_t{length} + 4);  // data and CRC
     }
