@@ -1,17 +1,12 @@
 // Identifies PNG files: the 8-byte signature, then chunks skipped to IHDR,
 // whose width, height, bit depth and colour type are reported (the depth
 // times 3 for colour types 2 and 6). Width, height and depth must be non-zero.
+// A file that ends before IHDR fails in the InFile (INFILEERROR::UnexpectedEnd).
 #include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
 #include "formats/png/PngFormat.h"
 
 namespace vivark {
-namespace {
-
-// Chunks skipped before IHDR (a valid file has none).
-constexpr int kMaxChunks = 64;
-
-}  // namespace
 
 bool identifyPng(InFile& file, FormatInfo* info) {
     uint8_t signature[8];
@@ -19,7 +14,9 @@ bool identifyPng(InFile& file, FormatInfo* info) {
     for (size_t i = 0; i < sizeof signature; ++i) {
         if (signature[i] != png::kSignature[i]) return false;
     }
-    for (int chunk = 0; chunk < kMaxChunks; ++chunk) {
+    // However many chunks come before IHDR, the reader would skip them too;
+    // the end of the file ends the walk.
+    for (;;) {
         const uint32_t length = file.readBE32();
         const uint32_t type = file.readBE32();
         if (length > 0x7FFFFFFFu) return false;
@@ -37,7 +34,6 @@ bool identifyPng(InFile& file, FormatInfo* info) {
         }
         file.skip(uint64_t{length} + 4);  // data and CRC
     }
-    return false;
 }
 
 }  // namespace vivark
