@@ -1,29 +1,26 @@
 // Identifies PNG files: the 8-byte signature, then chunks skipped to IHDR,
 // whose width, height, bit depth and colour type are reported (the depth
 // times 3 for colour types 2 and 6). Width, height and depth must be non-zero.
+// A file that ends before IHDR fails in the InFile (INFILEERROR::UnexpectedEnd).
 #include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/png/PngFormat.h"
 
 namespace vivark {
-namespace {
-
-constexpr uint8_t kSignature[8] = {0x89, 0x50, 0x4E, 0x47, 0x0D, 0x0A, 0x1A, 0x0A};
-// Chunks skipped before IHDR (a valid file has none).
-constexpr int kMaxChunks = 64;
-
-}  // namespace
 
 bool identifyPng(InFile& file, FormatInfo* info) {
     uint8_t signature[8];
     file.read(signature, sizeof signature);
     for (size_t i = 0; i < sizeof signature; ++i) {
-        if (signature[i] != kSignature[i]) return false;
+        if (signature[i] != png::kSignature[i]) return false;
     }
-    for (int chunk = 0; chunk < kMaxChunks; ++chunk) {
+    // However many chunks come before IHDR, the reader would skip them too;
+    // the end of the file ends the walk.
+    for (;;) {
         const uint32_t length = file.readBE32();
         const uint32_t type = file.readBE32();
         if (length > 0x7FFFFFFFu) return false;
-        if (type == 0x49484452u) {  // "IHDR"
+        if (type == png::kIhdr) {
             uint8_t header[10];
             file.read(header, sizeof header);
             const uint32_t width = loadBE32(header);
@@ -31,12 +28,12 @@ bool identifyPng(InFile& file, FormatInfo* info) {
             const uint32_t depth = header[8];
             const uint8_t colourType = header[9];
             if (width == 0 || height == 0 || depth == 0) return false;
-            const uint32_t bits = (colourType == 2 || colourType == 6) ? depth * 3 : depth;
-            return accept(info, width, height, bits, makeTag("PNG "));
+            const uint32_t bits =
+                (colourType == png::kRgb || colourType == png::kRgba) ? depth * 3 : depth;
+            return accept(info, width, height, bits, png::kTag);
         }
         file.skip(uint64_t{length} + 4);  // data and CRC
     }
-    return false;
 }
 
 }  // namespace vivark

@@ -11,6 +11,7 @@
 #include "codecs/LzwDecoder.h"
 #include "codecs/LzwEncoder.h"
 #include "core/Errors.h"
+#include "support/SlicedSource.h"
 #include "support/Throws.h"
 
 namespace vivark {
@@ -18,22 +19,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// Hands out its data `step` bytes at a time, so windows end at every place.
-class SlicedSource final : public ByteSource {
-  public:
-    SlicedSource(const Bytes& data, size_t step) : data_(data), step_(step) {}
-    void begin() override { cursor = end = data_.data(); }
-    void refill() override {
-        const uint8_t* last = data_.data() + data_.size();
-        if (end == last) throw INFILEERROR::UnexpectedEnd;
-        cursor = end;
-        end = cursor + std::min(step_, static_cast<size_t>(last - cursor));
-    }
-
-  private:
-    const Bytes& data_;
-    size_t step_;
-};
+using test::SlicedSource;
 
 Bytes encode(const Bytes& input, uint32_t codeSize, bool tiff, size_t chunk = 1 << 20) {
     Bytes out;

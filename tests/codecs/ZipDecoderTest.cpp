@@ -16,6 +16,7 @@
 #include "codecs/ZipDecoder.h"
 #include "core/Errors.h"
 #include "core/Messages.h"
+#include "support/SlicedSource.h"
 #include "support/Throws.h"
 
 namespace vivark {
@@ -23,23 +24,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// Hands out its data `step` bytes at a time, so windows end at every place.
-class SlicedSource final : public ByteSource {
-  public:
-    SlicedSource(const Bytes& data, size_t step) : data_(data), step_(step) {}
-    void begin() override { cursor = end = data_.data(); }
-    void refill() override {
-        const uint8_t* last = data_.data() + data_.size();
-        if (end == last) throw INFILEERROR::UnexpectedEnd;
-        cursor = end;
-        end = cursor + std::min(step_, static_cast<size_t>(last - cursor));
-    }
-    size_t position() const { return static_cast<size_t>(cursor - data_.data()); }
-
-  private:
-    const Bytes& data_;
-    size_t step_;
-};
+using test::SlicedSource;
 
 Bytes zlibCompress(const Bytes& input, int level, int strategy, size_t syncEvery = 0) {
     z_stream z{};

@@ -1,12 +1,13 @@
 // The PNG reader against files libpng writes (every colour type, depth and
 // interlacing, IDAT split into many chunks) and against files assembled
 // chunk by chunk for each way a file can be refused; progress, cancel and
-// the block display of interlaced passes.
+// the block display of interlaced passes; identification.
 #include <gtest/gtest.h>
 
 #include <optional>
 
 #include "core/Errors.h"
+#include "formats/Identify.h"
 #include "formats/png/PngReader.h"
 #include "png/PngTestFiles.h"
 #include "support/ImageTestUtil.h"
@@ -226,6 +227,42 @@ TEST(PngReader, RefusedFilesGiveTheirErrorValue) {
                 Image image = readPng(c.bytes, {}, bufferSize);
                 EXPECT_EQ(image.plane.row(1)[1], 0x40);
             }
+        }
+    }
+}
+
+TEST(PngIdentify, WalksTheChunksBeforeIhdrAndReportsIt) {
+    std::string manyChunks;
+    for (int i = 0; i < 100; ++i) manyChunks += test::pngChunk("tEXt", std::string("k\0v", 3));
+    struct Case {
+        const char* name;
+        std::string bytes;
+        bool accepted;
+        uint32_t bits;
+    };
+    const Case cases[] = {
+        {"IhdrFirst", file({ihdr(16, 6, 5, 7), idat(), kIend}), true, 48},
+        {"IhdrAfterAHundredChunks", file({manyChunks, ihdr(4, 3, 5, 7), idat(), kIend}), true, 4},
+        {"NoIhdr", file({manyChunks, kIend}), false, 0},
+        {"ZeroDepth", file({ihdr(0, 0, 5, 7), kIend}), false, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto in = InFile::overMemory(
+            std::span(reinterpret_cast<const uint8_t*>(c.bytes.data()), c.bytes.size()), 64);
+        FormatInfo info;
+        bool accepted = false;
+        try {
+            accepted = identifyPng(*in, &info);
+        } catch (INFILEERROR e) {
+            EXPECT_EQ(e, INFILEERROR::UnexpectedEnd);
+        }
+        ASSERT_EQ(accepted, c.accepted);
+        if (accepted) {
+            EXPECT_EQ(info.width, 5u);
+            EXPECT_EQ(info.height, 7u);
+            EXPECT_EQ(info.bitsPerPixel, c.bits);
+            EXPECT_EQ(info.formatTag, makeTag("PNG "));
         }
     }
 }
