@@ -5,7 +5,9 @@
 // bits of red, green and blue (16-bit counts that stop at 65535), and keeps
 // beside them the sums of the exact colours counted (until the count stops),
 // so a palette entry is the true mean of the pixels it stands for and an
-// image of few colours gets them back exactly.
+// image of few colours gets them back exactly, as long as no two of them lie
+// within a few steps of each other: the mapping decides by cell centres, so
+// a colour at a cell's corner can go to a neighbour's entry nearer the centre.
 //
 // chooseAdaptivePalette picks the palette in two steps:
 //  1. Variance-minimising splits (after Wu): starting from one box around

@@ -4,7 +4,9 @@
 // leaves the image as it was.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "ops/ColourReduce.h"
@@ -171,27 +173,64 @@ TEST(ColourReduce, AdaptiveKeepsFewExactColoursAndFitsASmoothPicture) {
     EXPECT_LT(adaptive256 * 10, fixed256);
 }
 
-TEST(ColourReduce, OnePixelWideImageDiffusesOnlyDownwards) {
-    // Grey 100 against black and white: only luminance carries error, and
-    // only the 5/16 share below reaches a pixel.
-    Image column(1, 12, 24);
-    for (uint32_t y = 0; y < 12; ++y) std::fill_n(column.plane.mutableRow(y), 3, uint8_t{100});
-    ASSERT_TRUE(reduceToBlackAndWhite(column, 2));
-    int carried = 0;
+// Floyd-Steinberg to black and white on greys, worked out independently:
+// rows in serpentine order from the top, 7/16 ahead, 3/16 below behind, 5/16
+// below, 1/16 below ahead, each arriving error limited. For greys only
+// luminance carries error, and it equals the grey.
+std::string diffusedToBlackAndWhite(const std::vector<std::vector<int>>& greys) {
+    const int width = int(greys[0].size());
     auto limit = [](int e) {
         const int a = std::abs(e), l = a < 16 ? a : a < 48 ? 16 + (a - 16) / 2 : 32;
         return e < 0 ? -l : l;
     };
-    std::string expected, actual;
-    for (uint32_t y = 0; y < 12; ++y) {
-        const int v = std::clamp(100 + limit((carried + 8) >> 4), 0, 255);
-        const int chosen = v >= 128 ? 255 : 0;
-        carried = 5 * (v - chosen);
-        expected += chosen ? 'W' : 'B';
-        actual += colourAt(column, 0, y) == rgb(255, 255, 255) ? 'W' : 'B';
+    std::vector<int> here(size_t(width) + 2), below(here.size());
+    std::string pattern;
+    for (size_t y = 0; y < greys.size(); ++y) {
+        std::fill(below.begin(), below.end(), 0);
+        const int step = y % 2 == 0 ? 1 : -1;
+        std::string row(size_t(width), '?');
+        for (int i = 0; i < width; ++i) {
+            const int x = step > 0 ? i : width - 1 - i, at = x + 1;
+            const int v =
+                std::clamp(greys[y][size_t(x)] + limit((here[size_t(at)] + 8) >> 4), 0, 255);
+            const int chosen = v >= 128 ? 255 : 0;
+            row[size_t(x)] = chosen ? 'W' : 'B';
+            const int e = v - chosen;
+            here[size_t(at + step)] += 7 * e;
+            below[size_t(at - step)] += 3 * e;
+            below[size_t(at)] += 5 * e;
+            below[size_t(at + step)] += e;
+        }
+        std::swap(here, below);
+        pattern += row + "/";
     }
-    EXPECT_EQ(actual, expected);
-    EXPECT_NE(expected.find('W'), std::string::npos);
+    return pattern;
+}
+
+TEST(ColourReduce, DiffusionRunsSerpentineWithItsWeightsAndLimits) {
+    std::vector<std::vector<int>> column(12, std::vector<int>{100});  // diffuses only downwards
+    // Near mid-grey, where swapping the 3/16 and 1/16 shares, dropping the
+    // serpentine order or the limit each change the pattern.
+    std::vector<std::vector<int>> ramp(6, std::vector<int>(9));
+    for (size_t y = 0; y < ramp.size(); ++y)
+        for (size_t x = 0; x < 9; ++x) ramp[y][x] = int(106 + x + y);
+    for (const auto* greys : {&column, &ramp}) {
+        const uint32_t width = uint32_t((*greys)[0].size()), height = uint32_t(greys->size());
+        Image image(width, height, 24);
+        for (uint32_t y = 0; y < height; ++y)
+            for (uint32_t x = 0; x < width; ++x)
+                std::fill_n(image.plane.mutableRow(y) + 3 * x, 3, uint8_t((*greys)[y][x]));
+        ASSERT_TRUE(reduceToBlackAndWhite(image, 2));
+        std::string actual;
+        for (uint32_t y = 0; y < height; ++y) {
+            for (uint32_t x = 0; x < width; ++x)
+                actual += colourAt(image, x, y) == rgb(255, 255, 255) ? 'W' : 'B';
+            actual += "/";
+        }
+        const std::string expected = diffusedToBlackAndWhite(*greys);
+        EXPECT_EQ(actual, expected) << width << "x" << height;
+        EXPECT_NE(expected.find('W'), std::string::npos);
+    }
 }
 
 TEST(ColourReduce, EveryDepthAndTinySizeReducesUnderEveryType) {
