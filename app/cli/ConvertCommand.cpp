@@ -21,6 +21,7 @@
 #include "app/cli/Command.h"
 #include "app/cli/Report.h"
 #include "core/ErrorMapping.h"
+#include "formats/DepthConvert.h"
 #include "formats/Loader.h"
 #include "formats/SaveDispatch.h"
 #include "ops/ColourReduce.h"
@@ -97,10 +98,15 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         return kFailure;
     }
     try {
-        if (options.colours != 0)
-            reduceColours(image, options.colours,
-                          uint32_t(saveOptions.integer(saveKey::PaletteType)),
-                          uint32_t(saveOptions.integer(saveKey::DitherType)));
+        if (options.colours != 0) {
+            const auto count = reduceColours(image, options.colours,
+                                             uint32_t(saveOptions.integer(saveKey::PaletteType)),
+                                             uint32_t(saveOptions.integer(saveKey::DitherType)));
+            // Sixteen colours or fewer are stored four bits a pixel where the
+            // format has that depth, as a user asking for them expects.
+            if (count && *count <= 16 && image.bitsPerPixel() == 8 && writer->accepts(4))
+                image = widenIndices(image, 4);
+        }
         saveImage(image, options.output, *writer, saveOptions);
     } catch (...) {
         MessageId id = saveMessageForCurrentException();

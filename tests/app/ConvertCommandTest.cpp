@@ -80,6 +80,9 @@ TEST(ConvertCommand, ConvertsByExtensionOrNameAndReportsFailures) {
     };
     for (Colour c : coloursIn("i.bmp", makeBmpReader))
         EXPECT_NE(std::find(FixedPalette16.begin(), FixedPalette16.end(), c), FixedPalette16.end());
+    // Sixteen colours asked for are stored four bits a pixel (the bitmap's
+    // bit count at byte 28); forty need eight.
+    EXPECT_EQ(readWholeFile(dir / "i.bmp").at(28), 4);
     EXPECT_LE(coloursIn("j.ppm", makePnmReader).size(), 40u);
     for (Colour c : coloursIn("k.gif", makeGifReader))
         EXPECT_EQ(redOf(c) % 51 + blueOf(c) % 51, 0u) << std::hex << c;
