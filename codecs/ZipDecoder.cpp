@@ -42,21 +42,39 @@ inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint8_t* from = out - distance;
     uint8_t* const end = out + length;
     if (distance >= 8) {
-        // Each word's source lies wholly before its destination; two words a
-        // step.
-        do {
-            std::memcpy(out, from, 8);
-            std::memcpy(out + 8, from + 8, 8);
-            out += 16;
-            from += 16;
-        } while (out < end);
+        // Each word's source lies wholly before its destination. Five words
+        // settle most matches without a loop to mispredict; longer ones go on
+        // two words a step.
+        std::memcpy(out, from, 8);
+        std::memcpy(out + 8, from + 8, 8);
+        std::memcpy(out + 16, from + 16, 8);
+        std::memcpy(out + 24, from + 24, 8);
+        std::memcpy(out + 32, from + 32, 8);
+        if (length > 40) {
+            out += 40;
+            from += 40;
+            do {
+                std::memcpy(out, from, 8);
+                std::memcpy(out + 8, from + 8, 8);
+                out += 16;
+                from += 16;
+            } while (out < end);
+        }
     } else if (distance == 1) {
         const uint64_t word = 0x0101010101010101ull * *from;
-        do {
-            std::memcpy(out, &word, 8);
-            std::memcpy(out + 8, &word, 8);
-            out += 16;
-        } while (out < end);
+        std::memcpy(out, &word, 8);
+        std::memcpy(out + 8, &word, 8);
+        std::memcpy(out + 16, &word, 8);
+        std::memcpy(out + 24, &word, 8);
+        std::memcpy(out + 32, &word, 8);
+        if (length > 40) {
+            out += 40;
+            do {
+                std::memcpy(out, &word, 8);
+                std::memcpy(out + 8, &word, 8);
+                out += 16;
+            } while (out < end);
+        }
     } else {
         // A pattern of 2 to 7 bytes: build a word of it from the settled
         // bytes and store it at steps of whole periods, never loading what
