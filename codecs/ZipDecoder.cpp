@@ -417,11 +417,42 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
             static_assert(5 * LiteralTable::kRootBits <= 56, "five root literals per refill");
             VIVARK_DROP(entry.bits);
             *out++ = static_cast<uint8_t>(entry.value);
-            for (int more = 4; more != 0 && out != limit; --more) {
-                entry = literals[bits & LiteralTable::kMask];
-                if (entry.op != CodeEntry::kLiteral) break;
-                VIVARK_DROP(entry.bits);
-                *out++ = static_cast<uint8_t>(entry.value);
+            if (limit - out >= 4) {
+                // Room for all four: no check of the limit between them.
+                do {
+                    entry = literals[bits & LiteralTable::kMask];
+                    if (entry.op != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits);
+                    *out++ = static_cast<uint8_t>(entry.value);
+                    entry = literals[bits & LiteralTable::kMask];
+                    if (entry.op != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits);
+                    *out++ = static_cast<uint8_t>(entry.value);
+                    entry = literals[bits & LiteralTable::kMask];
+                    if (entry.op != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits);
+                    *out++ = static_cast<uint8_t>(entry.value);
+                    entry = literals[bits & LiteralTable::kMask];
+                    if (entry.op != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits);
+                    *out++ = static_cast<uint8_t>(entry.value);
+                } while (false);
+            } else {
+                for (int more = 4; more != 0 && out != limit; --more) {
+                    entry = literals[bits & LiteralTable::kMask];
+                    if (entry.op != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits);
+                    *out++ = static_cast<uint8_t>(entry.value);
+                }
+            }
+            // A run ended by another kind of code has looked it up from true
+            // stream bits (at most four literals were taken since the refill);
+            // a refill leaves the low bits as they are, so the entry stands.
+            if (entry.op != CodeEntry::kLiteral && inEnd - in >= 8) {
+                bits |= loadWord(in) << count;
+                in += (63 - count) >> 3;
+                count |= 56;
+                looked = true;
             }
             continue;
         }
