@@ -35,6 +35,28 @@ inline uint32_t lowBits(uint64_t value, uint32_t count) {
     return static_cast<uint32_t>(value) & ((1u << count) - 1);
 }
 
+// A table entry read as one word: one load rather than three, and a bit
+// count that serves as a shift count as it stands (counts are at most 15, so
+// the low six bits hold all of it).
+struct EntryWord {
+    uint32_t word;
+    uint32_t bits() const { return word & 63; }
+    uint32_t op() const { return (word >> 8) & 0xFF; }
+    uint32_t value() const { return word >> 16; }
+};
+static_assert(sizeof(CodeEntry) == 4);
+
+inline EntryWord entryAt(const CodeEntry* table, uint32_t index) {
+    const CodeEntry* entry = table + index;
+    if constexpr (std::endian::native == std::endian::little) {
+        uint32_t word;
+        std::memcpy(&word, entry, sizeof word);
+        return {word};
+    } else {
+        return {entry->bits | uint32_t(entry->op) << 8 | uint32_t(entry->value) << 16};
+    }
+}
+
 // Copies a match of `length` bytes from `distance` back. The output has room
 // for a word beyond the match (the buffer's slack); bytes written there are
 // overwritten by what is decoded next.
@@ -389,7 +411,7 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
 
     // The next literal/length entry, looked up before a match is copied so
     // that the table load overlaps the copy.
-    CodeEntry entry{};
+    EntryWord entry{};
     bool looked = false;
     while (out < limit) {
         if (looked) {
@@ -409,46 +431,46 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
             bits |= loadWord(in) << count;
             in += (63 - count) >> 3;
             count |= 56;
-            entry = literals[bits & LiteralTable::kMask];
+            entry = entryAt(literals, bits & LiteralTable::kMask);
         }
-        if (entry.op == CodeEntry::kLiteral) {
+        if (entry.op() == CodeEntry::kLiteral) {
             // A root literal takes at most 11 bits: five fit in one refill. A
             // longer code waits for the next round.
             static_assert(5 * LiteralTable::kRootBits <= 56, "five root literals per refill");
-            VIVARK_DROP(entry.bits);
-            *out++ = static_cast<uint8_t>(entry.value);
+            VIVARK_DROP(entry.bits());
+            *out++ = static_cast<uint8_t>(entry.value());
             if (limit - out >= 4) {
                 // Room for all four: no check of the limit between them.
                 do {
-                    entry = literals[bits & LiteralTable::kMask];
-                    if (entry.op != CodeEntry::kLiteral) break;
-                    VIVARK_DROP(entry.bits);
-                    *out++ = static_cast<uint8_t>(entry.value);
-                    entry = literals[bits & LiteralTable::kMask];
-                    if (entry.op != CodeEntry::kLiteral) break;
-                    VIVARK_DROP(entry.bits);
-                    *out++ = static_cast<uint8_t>(entry.value);
-                    entry = literals[bits & LiteralTable::kMask];
-                    if (entry.op != CodeEntry::kLiteral) break;
-                    VIVARK_DROP(entry.bits);
-                    *out++ = static_cast<uint8_t>(entry.value);
-                    entry = literals[bits & LiteralTable::kMask];
-                    if (entry.op != CodeEntry::kLiteral) break;
-                    VIVARK_DROP(entry.bits);
-                    *out++ = static_cast<uint8_t>(entry.value);
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
                 } while (false);
             } else {
                 for (int more = 4; more != 0 && out != limit; --more) {
-                    entry = literals[bits & LiteralTable::kMask];
-                    if (entry.op != CodeEntry::kLiteral) break;
-                    VIVARK_DROP(entry.bits);
-                    *out++ = static_cast<uint8_t>(entry.value);
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
                 }
             }
             // A run ended by another kind of code has looked it up from true
             // stream bits (at most four literals were taken since the refill);
             // a refill leaves the low bits as they are, so the entry stands.
-            if (entry.op != CodeEntry::kLiteral && inEnd - in >= 8) {
+            if (entry.op() != CodeEntry::kLiteral && inEnd - in >= 8) {
                 bits |= loadWord(in) << count;
                 in += (63 - count) >> 3;
                 count |= 56;
@@ -456,52 +478,54 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
             }
             continue;
         }
-        if (entry.op > CodeEntry::kLiteral) {
-            if (entry.op == CodeEntry::kInvalid) {
+        if (entry.op() > CodeEntry::kLiteral) {
+            if (entry.op() == CodeEntry::kInvalid) {
                 VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
-            VIVARK_DROP(entry.bits);
-            entry = literals[entry.value + lowBits(bits, entry.op - CodeEntry::kLiteral)];
-            if (entry.op == CodeEntry::kInvalid) {
+            VIVARK_DROP(entry.bits());
+            entry =
+                entryAt(literals, entry.value() + lowBits(bits, entry.op() - CodeEntry::kLiteral));
+            if (entry.op() == CodeEntry::kInvalid) {
                 VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
         }
-        if (entry.op == CodeEntry::kLiteral) {
-            VIVARK_DROP(entry.bits);
-            *out++ = static_cast<uint8_t>(entry.value);
+        if (entry.op() == CodeEntry::kLiteral) {
+            VIVARK_DROP(entry.bits());
+            *out++ = static_cast<uint8_t>(entry.value());
             continue;
         }
-        if (entry.op == CodeEntry::kEndOfBlock) {
-            VIVARK_DROP(entry.bits);
+        if (entry.op() == CodeEntry::kEndOfBlock) {
+            VIVARK_DROP(entry.bits());
             headerNeeded_ = true;
             break;
         }
         // The code and its extra bits go in one shift.
-        const uint32_t length = entry.value + lowBits(bits >> entry.bits, entry.op);
-        VIVARK_DROP(entry.bits + entry.op);
+        const uint32_t length = entry.value() + lowBits(bits >> entry.bits(), entry.op());
+        VIVARK_DROP(entry.bits() + entry.op());
 
-        entry = distances[bits & DistanceTable::kMask];
-        if (entry.op > CodeEntry::kLiteral) {
-            if (entry.op == CodeEntry::kInvalid) {
+        entry = entryAt(distances, bits & DistanceTable::kMask);
+        if (entry.op() > CodeEntry::kLiteral) {
+            if (entry.op() == CodeEntry::kInvalid) {
                 VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
-            VIVARK_DROP(entry.bits);
-            entry = distances[entry.value + lowBits(bits, entry.op - CodeEntry::kLiteral)];
-            if (entry.op == CodeEntry::kInvalid) {
+            VIVARK_DROP(entry.bits());
+            entry =
+                entryAt(distances, entry.value() + lowBits(bits, entry.op() - CodeEntry::kLiteral));
+            if (entry.op() == CodeEntry::kInvalid) {
                 VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
         }
-        const uint32_t distance = entry.value + lowBits(bits >> entry.bits, entry.op);
-        VIVARK_DROP(entry.bits + entry.op);
+        const uint32_t distance = entry.value() + lowBits(bits >> entry.bits(), entry.op());
+        VIVARK_DROP(entry.bits() + entry.op());
         if (inEnd - in >= 8) {
             bits |= loadWord(in) << count;
             in += (63 - count) >> 3;
             count |= 56;
-            entry = literals[bits & LiteralTable::kMask];
+            entry = entryAt(literals, bits & LiteralTable::kMask);
             looked = true;
         }
         out = copyMatch(out, distance, length);
