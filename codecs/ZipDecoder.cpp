@@ -58,8 +58,8 @@ inline EntryWord entryAt(const CodeEntry* table, uint32_t index) {
 }
 
 // Copies a match of `length` bytes from `distance` back. The output has room
-// for a word beyond the match (the buffer's slack); bytes written there are
-// overwritten by what is decoded next.
+// for 40 bytes from the match's start and 16 beyond its end (the buffer's
+// slack); bytes written there are overwritten by what is decoded next.
 inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint8_t* from = out - distance;
     uint8_t* const end = out + length;
