@@ -30,12 +30,12 @@ uint32_t reverseBits(uint32_t code, uint32_t length) {
 CodeEntry entryFor(const CodeSet& set, uint32_t symbol, uint32_t bits) {
     const auto b = static_cast<uint8_t>(bits);
     if (symbol < set.simpleCount) {
-        if (symbol < 256) return {CodeEntry::kLiteral, b, static_cast<uint16_t>(symbol)};
-        return {CodeEntry::kEndOfBlock, b, 0};
+        if (symbol < 256) return {b, CodeEntry::kLiteral, static_cast<uint16_t>(symbol)};
+        return {b, CodeEntry::kEndOfBlock, 0};
     }
     uint32_t index = symbol - set.simpleCount;
-    if (index < set.baseCount) return {set.extra[index], b, set.base[index]};
-    return {CodeEntry::kInvalid, b, 0};
+    if (index < set.baseCount) return {b, set.extra[index], set.base[index]};
+    return {b, CodeEntry::kInvalid, 0};
 }
 
 }  // namespace
@@ -86,7 +86,7 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
     // A complete set writes every slot; only an incomplete one leaves gaps.
     if (left > 0)
         for (uint32_t i = 0; i < rootSize; ++i)
-            table[i] = {CodeEntry::kInvalid, static_cast<uint8_t>(invalidBits), 0};
+            table[i] = {static_cast<uint8_t>(invalidBits), CodeEntry::kInvalid, 0};
 
     uint32_t used = rootSize;
     uint32_t remaining[kMaxLength + 1];
@@ -120,9 +120,10 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
             if (used + subSize > capacity) throw ZIPERROR::InvalidData;
             sub = table + used;
             for (uint32_t i = 0; i < subSize; ++i)
-                sub[i] = {CodeEntry::kInvalid, static_cast<uint8_t>(width), 0};
-            table[prefix] = {static_cast<uint8_t>(CodeEntry::kLiteral + width),
-                             static_cast<uint8_t>(rootBits), static_cast<uint16_t>(used)};
+                sub[i] = {static_cast<uint8_t>(width), CodeEntry::kInvalid, 0};
+            table[prefix] = {static_cast<uint8_t>(rootBits),
+                             static_cast<uint8_t>(CodeEntry::kLiteral + width),
+                             static_cast<uint16_t>(used)};
             used += subSize;
             currentPrefix = prefix;
         }

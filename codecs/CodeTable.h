@@ -23,8 +23,10 @@ struct CodeEntry {
     // 0..13: length or distance base in value, op extra bits follow;
     // kLiteral: the byte in value; kEndOfBlock; kInvalid; above kLiteral (and
     // not kInvalid): link to the sub-table at value, indexed by op - kLiteral bits.
-    uint8_t op;
+    // The count comes first: the decoder reads an entry as one word and
+    // shifts by its low byte.
     uint8_t bits;  // bits the code takes at this level
+    uint8_t op;
     uint16_t value;
 
     static constexpr uint8_t kEndOfBlock = 15;

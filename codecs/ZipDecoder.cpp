@@ -35,28 +35,68 @@ inline uint32_t lowBits(uint64_t value, uint32_t count) {
     return static_cast<uint32_t>(value) & ((1u << count) - 1);
 }
 
+// A table entry read as one word: one load rather than three, and a bit
+// count that serves as a shift count as it stands (counts are at most 15, so
+// the low six bits hold all of it).
+struct EntryWord {
+    uint32_t word;
+    uint32_t bits() const { return word & 63; }
+    uint32_t op() const { return (word >> 8) & 0xFF; }
+    uint32_t value() const { return word >> 16; }
+};
+static_assert(sizeof(CodeEntry) == 4);
+
+inline EntryWord entryAt(const CodeEntry* table, uint32_t index) {
+    const CodeEntry* entry = table + index;
+    if constexpr (std::endian::native == std::endian::little) {
+        uint32_t word;
+        std::memcpy(&word, entry, sizeof word);
+        return {word};
+    } else {
+        return {entry->bits | uint32_t(entry->op) << 8 | uint32_t(entry->value) << 16};
+    }
+}
+
 // Copies a match of `length` bytes from `distance` back. The output has room
-// for a word beyond the match (the buffer's slack); bytes written there are
-// overwritten by what is decoded next.
+// for 40 bytes from the match's start and 16 beyond its end (the buffer's
+// slack); bytes written there are overwritten by what is decoded next.
 inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint8_t* from = out - distance;
     uint8_t* const end = out + length;
     if (distance >= 8) {
-        // Each word's source lies wholly before its destination; two words a
-        // step.
-        do {
-            std::memcpy(out, from, 8);
-            std::memcpy(out + 8, from + 8, 8);
-            out += 16;
-            from += 16;
-        } while (out < end);
+        // Each word's source lies wholly before its destination. Five words
+        // settle most matches without a loop to mispredict; longer ones go on
+        // two words a step.
+        std::memcpy(out, from, 8);
+        std::memcpy(out + 8, from + 8, 8);
+        std::memcpy(out + 16, from + 16, 8);
+        std::memcpy(out + 24, from + 24, 8);
+        std::memcpy(out + 32, from + 32, 8);
+        if (length > 40) {
+            out += 40;
+            from += 40;
+            do {
+                std::memcpy(out, from, 8);
+                std::memcpy(out + 8, from + 8, 8);
+                out += 16;
+                from += 16;
+            } while (out < end);
+        }
     } else if (distance == 1) {
         const uint64_t word = 0x0101010101010101ull * *from;
-        do {
-            std::memcpy(out, &word, 8);
-            std::memcpy(out + 8, &word, 8);
-            out += 16;
-        } while (out < end);
+        std::memcpy(out, &word, 8);
+        std::memcpy(out + 8, &word, 8);
+        std::memcpy(out + 16, &word, 8);
+        std::memcpy(out + 24, &word, 8);
+        std::memcpy(out + 32, &word, 8);
+        if (length > 40) {
+            out += 40;
+            do {
+                std::memcpy(out, &word, 8);
+                std::memcpy(out + 8, &word, 8);
+                out += 16;
+            } while (out < end);
+        }
     } else {
         // A pattern of 2 to 7 bytes: build a word of it from the settled
         // bytes and store it at steps of whole periods, never loading what
@@ -371,7 +411,7 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
 
     // The next literal/length entry, looked up before a match is copied so
     // that the table load overlaps the copy.
-    CodeEntry entry{};
+    EntryWord entry{};
     bool looked = false;
     while (out < limit) {
         if (looked) {
@@ -391,68 +431,101 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
             bits |= loadWord(in) << count;
             in += (63 - count) >> 3;
             count |= 56;
-            entry = literals[bits & LiteralTable::kMask];
+            entry = entryAt(literals, bits & LiteralTable::kMask);
         }
-        if (entry.op == CodeEntry::kLiteral) {
+        if (entry.op() == CodeEntry::kLiteral) {
             // A root literal takes at most 11 bits: five fit in one refill. A
             // longer code waits for the next round.
             static_assert(5 * LiteralTable::kRootBits <= 56, "five root literals per refill");
-            VIVARK_DROP(entry.bits);
-            *out++ = static_cast<uint8_t>(entry.value);
-            for (int more = 4; more != 0 && out != limit; --more) {
-                entry = literals[bits & LiteralTable::kMask];
-                if (entry.op != CodeEntry::kLiteral) break;
-                VIVARK_DROP(entry.bits);
-                *out++ = static_cast<uint8_t>(entry.value);
+            VIVARK_DROP(entry.bits());
+            *out++ = static_cast<uint8_t>(entry.value());
+            if (limit - out >= 4) {
+                // Room for all four: no check of the limit between them.
+                do {
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
+                } while (false);
+            } else {
+                for (int more = 4; more != 0 && out != limit; --more) {
+                    entry = entryAt(literals, bits & LiteralTable::kMask);
+                    if (entry.op() != CodeEntry::kLiteral) break;
+                    VIVARK_DROP(entry.bits());
+                    *out++ = static_cast<uint8_t>(entry.value());
+                }
+            }
+            // A run ended by another kind of code has looked it up from true
+            // stream bits (at most four literals were taken since the refill);
+            // a refill leaves the low bits as they are, so the entry stands.
+            if (entry.op() != CodeEntry::kLiteral && inEnd - in >= 8) {
+                bits |= loadWord(in) << count;
+                in += (63 - count) >> 3;
+                count |= 56;
+                looked = true;
             }
             continue;
         }
-        if (entry.op > CodeEntry::kLiteral) {
-            if (entry.op == CodeEntry::kInvalid) {
+        if (entry.op() > CodeEntry::kLiteral) {
+            if (entry.op() == CodeEntry::kInvalid) {
                 VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
-            VIVARK_DROP(entry.bits);
-            entry = literals[entry.value + lowBits(bits, entry.op - CodeEntry::kLiteral)];
-            if (entry.op == CodeEntry::kInvalid) {
+            VIVARK_DROP(entry.bits());
+            entry =
+                entryAt(literals, entry.value() + lowBits(bits, entry.op() - CodeEntry::kLiteral));
+            if (entry.op() == CodeEntry::kInvalid) {
                 VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
         }
-        if (entry.op == CodeEntry::kLiteral) {
-            VIVARK_DROP(entry.bits);
-            *out++ = static_cast<uint8_t>(entry.value);
+        if (entry.op() == CodeEntry::kLiteral) {
+            VIVARK_DROP(entry.bits());
+            *out++ = static_cast<uint8_t>(entry.value());
             continue;
         }
-        if (entry.op == CodeEntry::kEndOfBlock) {
-            VIVARK_DROP(entry.bits);
+        if (entry.op() == CodeEntry::kEndOfBlock) {
+            VIVARK_DROP(entry.bits());
             headerNeeded_ = true;
             break;
         }
         // The code and its extra bits go in one shift.
-        const uint32_t length = entry.value + lowBits(bits >> entry.bits, entry.op);
-        VIVARK_DROP(entry.bits + entry.op);
+        const uint32_t length = entry.value() + lowBits(bits >> entry.bits(), entry.op());
+        VIVARK_DROP(entry.bits() + entry.op());
 
-        entry = distances[bits & DistanceTable::kMask];
-        if (entry.op > CodeEntry::kLiteral) {
-            if (entry.op == CodeEntry::kInvalid) {
+        entry = entryAt(distances, bits & DistanceTable::kMask);
+        if (entry.op() > CodeEntry::kLiteral) {
+            if (entry.op() == CodeEntry::kInvalid) {
                 VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
-            VIVARK_DROP(entry.bits);
-            entry = distances[entry.value + lowBits(bits, entry.op - CodeEntry::kLiteral)];
-            if (entry.op == CodeEntry::kInvalid) {
+            VIVARK_DROP(entry.bits());
+            entry =
+                entryAt(distances, entry.value() + lowBits(bits, entry.op() - CodeEntry::kLiteral));
+            if (entry.op() == CodeEntry::kInvalid) {
                 VIVARK_STORE();
                 throw ZIPERROR::InvalidData;
             }
         }
-        const uint32_t distance = entry.value + lowBits(bits >> entry.bits, entry.op);
-        VIVARK_DROP(entry.bits + entry.op);
+        const uint32_t distance = entry.value() + lowBits(bits >> entry.bits(), entry.op());
+        VIVARK_DROP(entry.bits() + entry.op());
         if (inEnd - in >= 8) {
             bits |= loadWord(in) << count;
             in += (63 - count) >> 3;
             count |= 56;
-            entry = literals[bits & LiteralTable::kMask];
+            entry = entryAt(literals, bits & LiteralTable::kMask);
             looked = true;
         }
         out = copyMatch(out, distance, length);
