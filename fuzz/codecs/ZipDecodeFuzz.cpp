@@ -15,27 +15,13 @@
 #include "codecs/StreamCodec.h"
 #include "codecs/ZipDecoder.h"
 #include "core/Errors.h"
+#include "support/SlicedSource.h"
 
 using namespace vivark;
 
 namespace {
 
-class SlicedSource final : public ByteSource {
-  public:
-    SlicedSource(std::span<const uint8_t> data, size_t step) : data_(data), step_(step) {}
-    void begin() override { cursor = end = data_.data(); }
-    void refill() override {
-        const uint8_t* last = data_.data() + data_.size();
-        if (end == last) throw INFILEERROR::UnexpectedEnd;
-        cursor = end;
-        end = cursor + std::min(step_, static_cast<size_t>(last - cursor));
-    }
-    size_t position() const { return static_cast<size_t>(cursor - data_.data()); }
-
-  private:
-    std::span<const uint8_t> data_;
-    size_t step_;
-};
+using test::SlicedSource;
 
 struct Outcome {
     int kind = 0;  // 0 success, 1 ZIPERROR, 2 INFILEERROR
