@@ -32,9 +32,8 @@ std::vector<uint8_t> bitmapPixels(const std::vector<uint8_t>& pbm, uint32_t& wid
 
 std::vector<uint8_t> packBits(const std::string& bits) {
     std::vector<uint8_t> out((bits.size() + 7) / 8);
-    for (size_t i = 0; i < bits.size(); ++i) {
+    for (size_t i = 0; i < bits.size(); ++i)
         if (bits[i] == '1') out[i / 8] |= static_cast<uint8_t>(0x80 >> (i % 8));
-    }
     return out;
 }
 
@@ -50,9 +49,8 @@ TEST_P(FaxChunks, DecodesAnImageMagickFaxToItsBitmapInAnyRequestSize) {
     Fax3Decoder decoder(width);
     decoder.attach(&source);
     std::vector<uint8_t> decoded(pixels.size());
-    for (size_t at = 0; at < decoded.size(); at += GetParam()) {
+    for (size_t at = 0; at < decoded.size(); at += GetParam())
         decoder.decode(decoded.data() + at, std::min(GetParam(), decoded.size() - at));
-    }
     EXPECT_EQ(decoded, pixels);
     EXPECT_EQ(decoder.rowsDecoded(), height);
     std::vector<uint8_t> row(decoder.rowBytes());
@@ -95,31 +93,22 @@ TEST(Fax3Decoder, RefusesWhatIsNoRow) {
     }
 }
 
-TEST(Fax3Decoder, RowsMayEndTheInputWithoutAnEndOfLine) {
-    // Two rows of 8: white 3, black 5 ("0011"); then white 8 ("10011").
-    const auto bytes = packBits(
-        "1000"
-        "0011"
-        "10011");
-    MemorySource source(bytes);
-    Fax3Decoder decoder(8);
-    decoder.attach(&source);
-    uint8_t rows[2];
-    decoder.decode(rows, 2);
-    EXPECT_EQ(rows[0], 0x1F);
-    EXPECT_EQ(rows[1], 0x00);
-}
-
-TEST(Fax3Decoder, RequiresEndsOfLineWhenAsked) {
-    const auto bytes = packBits(
-        "10011"
-        "10011"
-        "000000000000");
-    MemorySource source(bytes);
-    Fax3Decoder decoder(8, {.eolRequired = true});
-    decoder.attach(&source);
-    uint8_t row;
-    EXPECT_THROW(decoder.decodeRow(&row), CCITTERROR);
+TEST(Fax3Decoder, EndsOfLineAreOptionalUnlessRequired) {
+    // Two rows of 8: white 3, black 5 ("1000" "0011"); then white 8 ("10011").
+    const auto bytes = packBits("1000001110011");
+    for (bool required : {false, true}) {
+        MemorySource source(bytes);
+        Fax3Decoder decoder(8, {.eolRequired = required});
+        decoder.attach(&source);
+        uint8_t rows[2];
+        if (required) {
+            EXPECT_THROW(decoder.decodeRow(rows), CCITTERROR);
+        } else {
+            decoder.decode(rows, 2);
+            EXPECT_EQ(rows[0], 0x1F);
+            EXPECT_EQ(rows[1], 0x00);
+        }
+    }
 }
 
 }  // namespace

@@ -24,13 +24,13 @@ using test::SlicedSource;
 Bytes encode(const Bytes& input, uint32_t codeSize, bool tiff, size_t chunk = 1 << 20) {
     Bytes out;
     MemorySink sink(out);
-    auto encoder = std::make_unique<LzwEncoder>(codeSize, tiff);
-    encoder->attach(&sink);
-    encoder->reset();
+    LzwEncoder encoder(codeSize, tiff);
+    encoder.attach(&sink);
+    encoder.reset();
     for (size_t at = 0; at < input.size(); at += chunk)
-        encoder->encode(input.data() + at, std::min(chunk, input.size() - at));
-    encoder->finish();
-    encoder->close();
+        encoder.encode(input.data() + at, std::min(chunk, input.size() - at));
+    encoder.finish();
+    encoder.close();
     return out;
 }
 
@@ -39,38 +39,28 @@ Bytes encode(const Bytes& input, uint32_t codeSize, bool tiff, size_t chunk = 1 
 Bytes decode(const Bytes& coded, uint32_t codeSize, bool msb, size_t size, size_t request = 1 << 20,
              size_t step = 1 << 20, bool* sawEnd = nullptr) {
     SlicedSource source(coded, step);
-    auto decoder = std::make_unique<LzwDecoder>(codeSize, msb, msb);
-    decoder->attach(&source);
-    decoder->reset();
+    LzwDecoder decoder(codeSize, msb, msb);
+    decoder.attach(&source);
+    decoder.reset();
     Bytes out(size);
     for (size_t at = 0; at < size; at += request)
-        decoder->decode(out.data() + at, std::min(request, size - at));
+        decoder.decode(out.data() + at, std::min(request, size - at));
     uint8_t extra = 0xA5;
-    decoder->decode(&extra, 1);
+    decoder.decode(&extra, 1);
     EXPECT_EQ(extra, 0xA5) << "a byte was written after the end code";
-    if (sawEnd != nullptr) *sawEnd = decoder->ended();
+    if (sawEnd != nullptr) *sawEnd = decoder.ended();
     return out;
 }
 
+// Incompressible, long runs, mixed, or 2-bit symbols.
 Bytes sampleInput(int kind, size_t size) {
     Bytes v(size);
     std::mt19937 rng(1234 + kind);
-    for (size_t i = 0; i < size; ++i) {
-        switch (kind) {
-            case 0:
-                v[i] = static_cast<uint8_t>(rng());
-                break;  // incompressible
-            case 1:
-                v[i] = static_cast<uint8_t>((i / 300) & 3);
-                break;  // long runs
-            case 2:
-                v[i] = static_cast<uint8_t>((i * i) >> 7 ^ (rng() & 1));
-                break;  // mixed
-            default:
-                v[i] = static_cast<uint8_t>(rng() & 3);
-                break;  // 2-bit symbols
-        }
-    }
+    for (size_t i = 0; i < size; ++i)
+        v[i] = static_cast<uint8_t>(kind == 0   ? rng()
+                                    : kind == 1 ? (i / 300) & 3
+                                    : kind == 2 ? (i * i) >> 7 ^ (rng() & 1)
+                                                : rng() & 3);
     return v;
 }
 
@@ -102,31 +92,19 @@ TEST_P(LzwRoundTrip, DecodesToTheInputWhateverTheChunking) {
 
 INSTANTIATE_TEST_SUITE_P(Modes, LzwRoundTrip,
                          ::testing::Values(RoundTripCase{"GifEmpty", 8, false, 0, 0},
-                                           RoundTripCase{"TiffEmpty", 8, true, 0, 0},
-                                           RoundTripCase{"GifOneByte", 8, false, 0, 1},
                                            RoundTripCase{"TiffOneByte", 8, true, 0, 1},
                                            RoundTripCase{"GifRandom", 8, false, 0, 65536},
-                                           RoundTripCase{"TiffRandom", 8, true, 0, 65536},
-                                           RoundTripCase{"GifRuns", 8, false, 1, 60000},
                                            RoundTripCase{"TiffRuns", 8, true, 1, 60000},
                                            RoundTripCase{"GifMixed1MB", 8, false, 2, 1 << 20},
-                                           RoundTripCase{"TiffMixed1MB", 8, true, 2, 1 << 20},
-                                           RoundTripCase{"GifRandom1MB", 8, false, 0, 1 << 20},
                                            RoundTripCase{"TiffRandom1MB", 8, true, 0, 1 << 20},
                                            RoundTripCase{"GifTwoBitCodes", 2, false, 3, 50000}),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST(LzwEncoder, RunWithoutDataWritesOnlyTheEndCode) {
+TEST(LzwEncoder, WritesClearDataAndEndCodesInItsBitOrder) {
     EXPECT_EQ(encode({}, 8, false), (Bytes{0x01, 0x01}));  // 257 in 9 bits, least significant first
     EXPECT_EQ(encode({}, 8, true), (Bytes{0x80, 0x80}));   // 257 in 9 bits, most significant first
-    EXPECT_EQ(encode({}, 2, false), (Bytes{0x05}));        // 5 in 3 bits
-}
-
-TEST(LzwEncoder, OneByteIsClearCodeByteAndEndCode) {
-    // GIF, code size 2, byte 1: codes 4, 1, 5 at 3 bits each, then zero padding.
-    EXPECT_EQ(encode({1}, 2, false), (Bytes{0x4C, 0x01}));
-    // TIFF: 256, 65, 257 at 9 bits most significant first, zero padded.
-    EXPECT_EQ(encode({65}, 8, true), (Bytes{0x80, 0x10, 0x60, 0x20}));
+    EXPECT_EQ(encode({1}, 2, false), (Bytes{0x4C, 0x01}));              // 4, 1, 5 at 3 bits
+    EXPECT_EQ(encode({65}, 8, true), (Bytes{0x80, 0x10, 0x60, 0x20}));  // 256, 65, 257
 }
 
 // Writes codes at the widths the decoder will read them, tracking the table
@@ -184,7 +162,6 @@ class CodeWriter {
                                : static_cast<uint8_t>(acc_));
         return out;
     }
-    uint32_t nextCode() const { return nextCode_; }
 
   private:
     uint32_t root_;
@@ -209,14 +186,6 @@ Bytes decodeAll(const Bytes& coded, uint32_t codeSize, bool msb, size_t size) {
 
 class LzwBitOrder : public ::testing::TestWithParam<bool> {};
 
-TEST_P(LzwBitOrder, CodeEqualToNextEntryIsPreviousStringPlusItsFirstByte) {
-    CodeWriter w(8, GetParam());
-    w.data('a');
-    w.data(258);  // not yet in the table: "a" + "a"
-    w.data(259);  // again: "aa" + "a"
-    EXPECT_EQ(decodeAll(w.finish(), 8, GetParam(), 6), (Bytes{'a', 'a', 'a', 'a', 'a', 'a'}));
-}
-
 TEST_P(LzwBitOrder, FullTableKeepsDecodingAt12BitsOverwritingItsLastEntry) {
     const bool msb = GetParam();
     CodeWriter w(8, msb);
@@ -227,7 +196,6 @@ TEST_P(LzwBitOrder, FullTableKeepsDecodingAt12BitsOverwritingItsLastEntry) {
         expected.push_back(static_cast<uint8_t>(i % 251));
     }
     const uint32_t last = msb ? 4094 : 4095;
-    EXPECT_EQ(w.nextCode(), last);
     // The last entry is always "not yet in the table": previous string + its first byte.
     w.data(7);
     w.data(last);
@@ -239,83 +207,49 @@ TEST_P(LzwBitOrder, FullTableKeepsDecodingAt12BitsOverwritingItsLastEntry) {
     EXPECT_EQ(decodeAll(w.finish(), 8, msb, expected.size()), expected);
 }
 
-TEST_P(LzwBitOrder, ClearOrEndCodeRightAfterClearIsALiteralByte) {
-    CodeWriter w(8, GetParam());
-    w.data(256);
-    w.data(1);
-    w.clear();
-    w.data(257);
-    EXPECT_EQ(decodeAll(w.finish(), 8, GetParam(), 3), (Bytes{0x00, 0x01, 0x01}));
-}
-
-TEST_P(LzwBitOrder, BadCodesThrow) {
-    {
+TEST_P(LzwBitOrder, HandBuiltCodesDecodeOrFailAsInvalid) {
+    constexpr uint32_t kClear = ~0u;
+    const struct {
+        std::vector<uint32_t> codes;
+        Bytes expected;  // empty: InvalidCode
+    } cases[] = {
+        // The code of the next entry is the previous string plus its first byte.
+        {{'a', 258, 259}, {'a', 'a', 'a', 'a', 'a', 'a'}},
+        // A clear or end code right after a clear is a literal byte.
+        {{256, 1, kClear, 257}, {0x00, 0x01, 0x01}},
+        // A code beyond the next free entry; a first code that is no root.
+        {{'a', 300}, {}},
+        {{258}, {}},
+    };
+    for (const auto& c : cases) {
         CodeWriter w(8, GetParam());
-        w.data('a');
-        w.data(300);  // beyond the next free entry
+        for (uint32_t code : c.codes) code == kClear ? w.clear() : w.data(code);
         Bytes coded = w.finish();
-        EXPECT_EQ(test::thrownBy<LZWERROR>([&] { decodeAll(coded, 8, GetParam(), 10); }),
-                  std::optional(LZWERROR::InvalidCode));
-    }
-    {
-        CodeWriter w(8, GetParam());
-        w.data(258);  // first code after a clear must be a root
-        Bytes coded = w.finish();
-        EXPECT_EQ(test::thrownBy<LZWERROR>([&] { decodeAll(coded, 8, GetParam(), 10); }),
-                  std::optional(LZWERROR::InvalidCode));
+        if (c.expected.empty())
+            EXPECT_EQ(test::thrownBy<LZWERROR>([&] { decodeAll(coded, 8, GetParam(), 10); }),
+                      std::optional(LZWERROR::InvalidCode));
+        else
+            EXPECT_EQ(decodeAll(coded, 8, GetParam(), c.expected.size()), c.expected);
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Orders, LzwBitOrder, ::testing::Values(false, true),
                          [](const auto& info) { return info.param ? "Msb" : "Lsb"; });
 
-TEST(LzwDecoder, EndCodeLeavesTheRestOfTheBufferUntouched) {
-    CodeWriter w(8, false);
-    w.data('x');
-    w.data('y');
-    Bytes out = decodeAll(w.finish(), 8, false, 5);
-    EXPECT_EQ(out, (Bytes{'x', 'y', 0xEE, 0xEE, 0xEE}));
-}
-
-TEST(LzwDecoder, StreamWithoutLeadingClearStartsFromZero) {
-    // Without a clear code the first data code adds an entry too, with
-    // previous code 0: entry 258 is 0 followed by 'q'.
-    Bytes coded;
-    {
-        uint32_t codes[] = {'q', 258, 257};
-        uint64_t acc = 0;
-        uint32_t bits = 0;
-        for (uint32_t c : codes) {
-            acc |= static_cast<uint64_t>(c) << bits;
-            bits += 9;
-        }
-        for (; bits > 0; bits = bits > 8 ? bits - 8 : 0, acc >>= 8)
-            coded.push_back(static_cast<uint8_t>(acc));
-    }
-    EXPECT_EQ(decodeAll(coded, 8, false, 3), (Bytes{'q', 0, 'q'}));
-}
-
 TEST(LzwDecoder, OldStyleTiffStripDecodesLeastSignificantFirst) {
+    // Old-style strips: a 9-bit clear code least significant first, no early change.
     Bytes input = sampleInput(2, 20000);
-    Bytes oldStyle =
-        encode(input, 8, false);  // 9-bit clear code, least significant first, no early change
-    ASSERT_EQ(oldStyle[0], 0x00);
-    ASSERT_EQ(oldStyle[1] & 1, 1);
-    MemorySource source(oldStyle);
-    LzwDecoder decoder(8, true, true);
-    decoder.attach(&source);
-    decoder.reset();
-    EXPECT_FALSE(decoder.msbMode());
-    Bytes out(input.size());
-    decoder.decode(out.data(), out.size());
-    EXPECT_EQ(out, input);
-
-    Bytes modern = encode(input, 8, true);
-    MemorySource modernSource(modern);
-    LzwDecoder modernDecoder(8, true, true);
-    modernDecoder.attach(&modernSource);
-    modernDecoder.reset();
-    EXPECT_TRUE(modernDecoder.msbMode());
+    for (bool oldStyle : {true, false}) {
+        Bytes coded = encode(input, 8, !oldStyle);
+        MemorySource source(coded);
+        LzwDecoder decoder(8, true, true);
+        decoder.attach(&source);
+        decoder.reset();
+        EXPECT_EQ(decoder.msbMode(), !oldStyle);
+        Bytes out(input.size());
+        decoder.decode(out.data(), out.size());
+        EXPECT_EQ(out, input);
+    }
 }
 
 TEST(LzwDecoder, RunningDryIsTheSourcesError) {
