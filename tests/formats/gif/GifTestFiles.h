@@ -81,10 +81,11 @@ inline void writeGifWithGiflib(const std::filesystem::path& path, const GifFileL
         if (local) GifFreeMapObject(local);
         // Interlaced rows go in four passes: every 8th from 0, every 8th
         // from 4, every 4th from 2, every 2nd from 1.
-        const uint32_t starts[] = {0, 4, 2, 1, 0}, steps[] = {8, 8, 4, 2, 1};
+        const uint32_t starts[] = {0, 4, 2, 1}, steps[] = {8, 8, 4, 2};
         std::vector<uint32_t> order;
-        for (uint32_t pass = f.interlaced ? 0 : 4; pass < 5; ++pass)
-            for (uint32_t y = starts[pass]; y < f.height; y += steps[pass]) order.push_back(y);
+        for (uint32_t pass = 0; pass < (f.interlaced ? 4 : 1); ++pass)
+            for (uint32_t y = starts[pass]; y < f.height; y += f.interlaced ? steps[pass] : 1)
+                order.push_back(y);
         for (uint32_t y : order) {
             std::vector<GifPixelType> row(f.indices.begin() + y * f.width,
                                           f.indices.begin() + (y + 1) * f.width);
