@@ -181,15 +181,12 @@ std::vector<Sample> formatSamples() {
         23, 8);
     add("targa", Bytes().u8(0).u8(0).u8(10).fill(9).le16(24).le16(25).u8(32).u8(0x28), "TGA ", 24,
         25, 32);
-    add("fits",
-        Bytes()
-            .text(fitsCard("SIMPLE  =                    T"))
-            .text(fitsCard("BITPIX  =                  -32"))
-            .text(fitsCard("NAXIS   =                    2"))
-            .text(fitsCard("NAXIS1  =                   26"))
-            .text(fitsCard("NAXIS2  =                   27"))
-            .text(fitsCard("END")),
-        "FITS", 26, 27, 32);
+    Bytes fits;
+    for (const char* card : {"SIMPLE  =                    T", "BITPIX  =                  -32",
+                             "NAXIS   =                    2", "NAXIS1  =                   26",
+                             "NAXIS2  =                   27", "END"})
+        fits.text(fitsCard(card));
+    add("fits", std::move(fits), "FITS", 26, 27, 32);
     add("x pixmap",
         Bytes().text("/* XPM */\nstatic char *t[] = {\n\"4 3 2 1\",\n\"a c #000000\",\n"
                      "\"b c #FFFFFF\",\n\"abab\",\n\"baba\",\n\"abab\"};\n"),
