@@ -32,58 +32,21 @@ std::vector<uint8_t> whiteFaxPage(int rows) {
 std::vector<uint8_t> gifSample() {
     return Bytes()
         .text("GIF89a")
-        .le16(10)
-        .le16(20)
-        .u8(0x81)  // global table of 4 entries
-        .u8(0)
-        .u8(0)
+        .hex("0A00 1400 81 00 00")  // global table of 4 entries
         .fill(12)
-        .text("!\xF9")
-        .u8(4)
-        .fill(4)
-        .u8(0)  // graphic control
-        .text("!\xFE")
-        .u8(3)
-        .text("abc")
-        .u8(2)
-        .text("de")
-        .u8(0)  // comment in two blocks
-        .text("!\xFF")
-        .u8(11)
+        .hex("21F9 04 00000000 00")                 // graphic control
+        .hex("21FE 03 616263 02 6465 00  21FF 0B")  // comment in two blocks
         .text("NETSCAPE2.0")
-        .u8(3)
-        .u8(1)
-        .le16(0)
-        .u8(0)
-        .text(",")
-        .le16(1)
-        .le16(2)
-        .le16(7)
-        .le16(5)
-        .u8(0)
-        .u8(2)
-        .u8(0)
-        .text(";")
+        .hex("03 01 0000 00  2C 0100 0200 0700 0500 00  02 00 3B")
         .data;
 }
 
 std::vector<uint8_t> pngSample() {
     return Bytes()
-        .u8(0x89)
+        .hex("89")
         .text("PNG\r\n\x1A\n")
-        .be32(13)
-        .text("IHDR")
-        .be32(3)
-        .be32(4)
-        .u8(8)
-        .u8(6)
-        .u8(0)
-        .u8(0)
-        .u8(0)
-        .be32(0)
-        .be32(0)
-        .text("IEND")
-        .be32(0xAE426082)
+        .hex("0000000D 49484452 00000003 00000004 08 06 00 00 00 00000000")
+        .hex("00000000 49454E44 AE426082")
         .data;
 }
 
@@ -95,99 +58,33 @@ std::vector<Sample> formatSamples() {
         for (int i = 3; i >= 0; --i) value = (value << 8) | static_cast<uint8_t>(tag[i]);
         s.push_back({std::move(name), std::move(bytes.data), value, w, h, bits});
     };
-    auto addTag = [&](std::string name, Bytes bytes, FormatTag tag, uint32_t w, uint32_t h,
-                      uint32_t bits) {
-        s.push_back({std::move(name), std::move(bytes.data), tag, w, h, bits});
-    };
-    addTag("gif behind extensions", Bytes().append(gifSample()), makeTag("GIF "), 7, 5, 2);
+    add("gif behind extensions", Bytes().append(gifSample()), "GIF ", 7, 5, 2);
     add("jpeg frame C8 after C4 and CC segments",
         Bytes()
-            .be16(0xFFD8)
-            .be16(0xFFE0)
-            .be16(16)
+            .hex("FFD8 FFE0 0010")
             .text("JFIF")
             .fill(10)
-            .be16(0xFFC4)
-            .be16(5)
-            .fill(3)
-            .be16(0xFFCC)
-            .be16(6)
-            .fill(4)
-            .u8(0xFF)
-            .be16(0xFFC8)
-            .be16(11)
-            .u8(8)
-            .be16(30)
-            .be16(40)
-            .u8(3)
-            .fill(3),
+            .hex("FFC4 0005 000000  FFCC 0006 00000000  FF FFC8 000B 08 001E 0028 03 000000"),
         "JFIF", 40, 30, 24);
-    addTag("png rgba 8", Bytes().append(pngSample()), makeTag("PNG "), 3, 4, 24);
+    add("png rgba 8", Bytes().append(pngSample()), "PNG ", 3, 4, 24);
     add("tiff little-endian",
-        Bytes()
-            .text("II")
-            .le16(42)
-            .le32(8)
-            .le16(4)
-            .le16(256)
-            .le16(3)
-            .le32(1)
-            .le32(11)
-            .le16(257)
-            .le16(4)
-            .le32(1)
-            .le32(13)
-            .le16(258)
-            .le16(3)
-            .le32(3)
-            .le32(62)
-            .le16(277)
-            .le16(3)
-            .le32(1)
-            .le32(3)
-            .le32(0)
-            .le16(8)
-            .le16(8)
-            .le16(8),
+        Bytes().text("II").hex("2A00 08000000 0400"
+                               "0001 0300 01000000 0B000000  0101 0400 01000000 0D000000"
+                               "0201 0300 03000000 3E000000  1501 0300 01000000 03000000"
+                               "00000000 0800 0800 0800"),
         "TIFF", 11, 13, 24);
     add("tiff big-endian transposed",
-        Bytes()
-            .text("MM")
-            .be16(42)
-            .be32(8)
-            .be16(3)
-            .be16(256)
-            .be16(3)
-            .be32(1)
-            .be16(11)
-            .be16(0)
-            .be16(257)
-            .be16(3)
-            .be32(1)
-            .be16(13)
-            .be16(0)
-            .be16(274)
-            .be16(3)
-            .be32(1)
-            .be16(6)
-            .be16(0)
-            .be32(0),
+        Bytes().text("MM").hex("002A 00000008 0003  0100 0003 00000001 000B 0000"
+                               "0101 0003 00000001 000D 0000  0112 0003 00000001 0006 0000"
+                               "00000000"),
         "TIFF", 13, 11, 1);
     add("photoshop", Bytes().text("8BPS").be16(1).fill(6).be16(3).be32(5).be32(6).be16(8).be16(3),
         "PSD ", 6, 5, 24);
     add("windows bitmap",
         Bytes()
             .text("BM")
-            .le32(0)
-            .le32(0)
-            .le32(54)
-            .le32(40)
-            .le32(4)
-            .le32(static_cast<uint32_t>(-6))
-            .le16(1)
-            .le16(8)
-            .le32(0)
-            .fill(20),
+            .hex("00000000 00000000 36000000 28000000 04000000 FAFFFFFF 0100 0800")
+            .fill(24),
         "BMPW", 4, 6, 8);
     add("bitmap with a 108-byte header",
         Bytes().text("BM").le32(0).le32(0).le32(0).le32(108).le32(3).le32(2).le16(1).le16(24).padTo(
@@ -196,19 +93,9 @@ std::vector<Sample> formatSamples() {
     add("os/2 bitmap array",
         Bytes()
             .text("BA")
-            .le32(40)
-            .le32(0)
-            .le16(0)
-            .le16(0)
+            .hex("28000000 00000000 0000 0000")
             .text("BM")
-            .le32(0)
-            .le32(0)
-            .le32(0)
-            .le32(12)
-            .le16(5)
-            .le16(9)
-            .le16(1)
-            .le16(4),
+            .hex("00000000 00000000 00000000 0C000000 0500 0900 0100 0400"),
         "BMP ", 5, 9, 4);
     add("os/2 icon",
         Bytes().text("IC").le32(0).le32(0).le32(0).le32(12).le16(32).le16(64).le16(1).le16(1),
@@ -218,45 +105,15 @@ std::vector<Sample> formatSamples() {
         "PTR ", 32, 32, 4);
     add("windows icon",
         Bytes()
-            .le16(0)
-            .le16(1)
-            .le16(1)
-            .u8(16)
-            .u8(16)
-            .u8(0)
-            .u8(0)
-            .le16(1)
-            .le16(8)
-            .le32(40 + 1024 + 256 + 64)
-            .le32(22)
-            .le32(40)
-            .le32(16)
-            .le32(32)
-            .le16(1)
-            .le16(8)
-            .le32(0)
-            .fill(20),
+            .hex("0000 0100 0100 10 10 00 00 0100 0800 68050000 16000000")
+            .hex("28000000 10000000 20000000 0100 0800")
+            .fill(24),
         "ICOW", 16, 16, 8);
     add("windows cursor",
         Bytes()
-            .le16(0)
-            .le16(2)
-            .le16(1)
-            .u8(32)
-            .u8(32)
-            .u8(0)
-            .u8(0)
-            .le16(1)
-            .le16(1)
-            .le32(0)
-            .le32(22)
-            .le32(40)
-            .le32(32)
-            .le32(64)
-            .le16(1)
-            .le16(1)
-            .le32(0)
-            .fill(20),
+            .hex("0000 0200 0100 20 20 00 00 0100 0100 00000000 16000000")
+            .hex("28000000 20000000 40000000 0100 0100")
+            .fill(24),
         "CUR ", 32, 32, 1);
     add("pcx",
         Bytes().u8(0x0A).u8(5).u8(1).u8(8).le16(0).le16(0).le16(9).le16(4).padTo(65).u8(3).padTo(
@@ -264,17 +121,7 @@ std::vector<Sample> formatSamples() {
         "PCX ", 10, 5, 24);
     add("dcx",
         Bytes()
-            .le32(0x3ADE68B1)
-            .le32(12)
-            .le32(0)
-            .u8(0x0A)
-            .u8(0)
-            .u8(1)
-            .u8(1)
-            .le16(2)
-            .le16(3)
-            .le16(801)
-            .le16(603)
+            .hex("B168DE3A 0C000000 00000000 0A 00 01 01 0200 0300 2103 5B02")
             .padTo(12 + 65)
             .u8(1)
             .padTo(12 + 128),
@@ -282,65 +129,23 @@ std::vector<Sample> formatSamples() {
     add("iff ilbm",
         Bytes()
             .text("FORM")
-            .be32(40)
-            .text("ILBM")
-            .text("ANNO")
-            .be32(3)
-            .text("abc")
-            .u8(0)
+            .hex("00000028")
+            .text("ILBMANNO")
+            .hex("00000003 616263 00")
             .text("BMHD")
-            .be32(20)
-            .be16(32)
-            .be16(16)
-            .fill(4)
-            .u8(5)
+            .hex("00000014 0020 0010 00000000 05")
             .fill(11),
         "IFF ", 32, 16, 5);
     add("photo cd", Bytes().fill(32, 0xFF).padTo(0xE02).u8(1), "PCD ", 3072, 2048, 24);
     add("slide show list", Bytes().text("Vivark SlideShow\r\n"), "SSHW", 0, 0, 0);
     add("structured fax, rows counted",
-        Bytes()
-            .text("Sfff")
-            .u8(1)
-            .u8(0)
-            .le16(0)
-            .le16(1)
-            .le16(20)
-            .le32(20)
-            .le32(0)
-            .u8(254)
-            .u8(16)
-            .u8(0)
-            .u8(0)
-            .u8(0)
-            .u8(0)
-            .le16(1728)
-            .le16(0)
-            .le32(0)
-            .le32(1)
-            .u8(2)
-            .le16(0x5555)
-            .u8(2)
-            .le16(0x5555)
-            .u8(0)
-            .le16(3)
-            .fill(3, 0x55)
-            .u8(220),
+        Bytes().text("Sfff").hex("01 00 0000 0100 1400 14000000 00000000"
+                                 "FE 10 00 00 00 00 C006 0000 00000000 01000000"
+                                 "02 5555 02 5555 00 0300 555555 DC"),
         "SFF ", 1728, 7, 1);
     add("seattle filmworks",
-        Bytes()
-            .text("SFW94A")
-            .fill(20, 0x11)
-            .be32(0xFFC8FFD0)
-            .be16(4)
-            .fill(2)
-            .be16(0xFFCB)
-            .be16(11)
-            .u8(8)
-            .be16(10)
-            .be16(20)
-            .u8(3)
-            .fill(3),
+        Bytes().text("SFW94A").fill(20, 0x11).hex(
+            "FFC8FFD0 0004 0000 FFCB 000B 08 000A 0014 03 000000"),
         "SFW ", 20, 10, 24);
     add("sgi", Bytes().be16(474).u8(1).u8(1).be16(3).be16(8).be16(9).be16(3).padTo(512), "SGI ", 8,
         9, 24);
@@ -365,30 +170,8 @@ std::vector<Sample> formatSamples() {
         Bytes().be16(1).be16(8).be16(4).be16(2).be16(85).be16(85).be16(18).be16(19).be16(0), "GEMP",
         18, 19, 4);
     add("wordperfect graphics",
-        Bytes()
-            .u8(0xFF)
-            .text("WPC")
-            .le32(16)
-            .u8(1)
-            .u8(0x16)
-            .u8(1)
-            .u8(0)
-            .le16(0)
-            .le16(0)
-            .u8(15)
-            .u8(6)
-            .fill(6)
-            .u8(14)
-            .u8(0xFF)
-            .le16(3)
-            .fill(3)
-            .u8(11)
-            .u8(10)
-            .le16(9)
-            .le16(7)
-            .le16(1)
-            .le16(75)
-            .le16(75),
+        Bytes().hex("FF").text("WPC").hex("10000000 01 16 01 00 0000 0000 0F 06 000000000000"
+                                          "0E FF 0300 000000 0B 0A 0900 0700 0100 4B00 4B00"),
         "WPG ", 9, 7, 1);
     add("x window dump",
         Bytes().be32(100).be32(7).be32(2).be32(24).be32(20).be32(21).padTo(44).be32(32).padTo(100),
@@ -398,15 +181,12 @@ std::vector<Sample> formatSamples() {
         23, 8);
     add("targa", Bytes().u8(0).u8(0).u8(10).fill(9).le16(24).le16(25).u8(32).u8(0x28), "TGA ", 24,
         25, 32);
-    add("fits",
-        Bytes()
-            .text(fitsCard("SIMPLE  =                    T"))
-            .text(fitsCard("BITPIX  =                  -32"))
-            .text(fitsCard("NAXIS   =                    2"))
-            .text(fitsCard("NAXIS1  =                   26"))
-            .text(fitsCard("NAXIS2  =                   27"))
-            .text(fitsCard("END")),
-        "FITS", 26, 27, 32);
+    Bytes fits;
+    for (const char* card : {"SIMPLE  =                    T", "BITPIX  =                  -32",
+                             "NAXIS   =                    2", "NAXIS1  =                   26",
+                             "NAXIS2  =                   27", "END"})
+        fits.text(fitsCard(card));
+    add("fits", std::move(fits), "FITS", 26, 27, 32);
     add("x pixmap",
         Bytes().text("/* XPM */\nstatic char *t[] = {\n\"4 3 2 1\",\n\"a c #000000\",\n"
                      "\"b c #FFFFFF\",\n\"abab\",\n\"baba\",\n\"abab\"};\n"),

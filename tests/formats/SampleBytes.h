@@ -34,6 +34,21 @@ class Bytes {
         if (data.size() < size) fill(size - data.size(), v);
         return *this;
     }
+    // Hex digit pairs; spaces between them are ignored.
+    Bytes& hex(std::string_view digits) {
+        int high = -1;
+        for (char c : digits) {
+            if (c == ' ') continue;
+            const int v = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+            if (high < 0) {
+                high = v;
+            } else {
+                u8(uint32_t(high * 16 + v));
+                high = -1;
+            }
+        }
+        return *this;
+    }
     Bytes& append(const std::vector<uint8_t>& more) {
         data.insert(data.end(), more.begin(), more.end());
         return *this;

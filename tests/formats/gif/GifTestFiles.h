@@ -79,17 +79,13 @@ inline void writeGifWithGiflib(const std::filesystem::path& path, const GifFileL
         ASSERT_EQ(EGifPutImageDesc(gif, f.left, f.top, f.width, f.height, f.interlaced, local),
                   GIF_OK);
         if (local) GifFreeMapObject(local);
+        // Interlaced rows go in four passes: every 8th from 0, every 8th
+        // from 4, every 4th from 2, every 2nd from 1.
+        const uint32_t starts[] = {0, 4, 2, 1}, steps[] = {8, 8, 4, 2};
         std::vector<uint32_t> order;
-        if (f.interlaced) {
-            for (uint32_t start : {0u, 4u, 2u, 1u})
-                for (uint32_t y = start; y < f.height; y += (start == 0   ? 8
-                                                             : start == 4 ? 8
-                                                             : start == 2 ? 4
-                                                                          : 2))
-                    order.push_back(y);
-        } else {
-            for (uint32_t y = 0; y < f.height; ++y) order.push_back(y);
-        }
+        for (uint32_t pass = 0; pass < (f.interlaced ? 4 : 1); ++pass)
+            for (uint32_t y = starts[pass]; y < f.height; y += f.interlaced ? steps[pass] : 1)
+                order.push_back(y);
         for (uint32_t y : order) {
             std::vector<GifPixelType> row(f.indices.begin() + y * f.width,
                                           f.indices.begin() + (y + 1) * f.width);
