@@ -1,7 +1,5 @@
-// JPEG files made in the tests and the decoders they are checked against:
-// TurboJPEG for the common cases, libjpeg itself (what djpeg runs, with its
-// defaults) where a file needs options TurboJPEG does not offer, such as CMYK
-// with an Adobe marker or restart intervals.
+// JPEG files made in the tests and their reference decoders: TurboJPEG, and
+// libjpeg itself (what djpeg runs) for CMYK, Adobe markers and restarts.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -66,8 +64,7 @@ struct LibjpegOptions {
 };
 
 // `samples` (w x h, components as options.input) compressed by libjpeg at
-// quality 90. CMYK is stored with the Adobe marker, which libjpeg writes for
-// CMYK and YCCK files.
+// quality 90; CMYK and YCCK get libjpeg's Adobe marker.
 inline JpegBytes libjpegCompress(const JpegBytes& samples, int w, int h,
                                  const LibjpegOptions& options) {
     jpeg_compress_struct c{};
@@ -100,8 +97,7 @@ inline JpegBytes libjpegCompress(const JpegBytes& samples, int w, int h,
     return file;
 }
 
-// What djpeg decodes: libjpeg with its default output colour space (RGB for
-// YCbCr, grey, CMYK for CMYK and YCCK) and default methods.
+// What djpeg decodes: libjpeg with its default output colour space.
 struct LibjpegDecoded {
     int width = 0, height = 0, components = 0;
     JpegBytes samples;
@@ -133,30 +129,14 @@ inline LibjpegDecoded libjpegDecode(const JpegBytes& file) {
 
 // SOI, an EXIF APP1 holding one orientation entry, then the rest of `file`.
 inline JpegBytes withExif(const JpegBytes& file, uint16_t orientation, bool big) {
-    auto put16 = [big](JpegBytes& b, uint16_t v) {
-        b.push_back(uint8_t(big ? v >> 8 : v & 0xFF));
-        b.push_back(uint8_t(big ? v & 0xFF : v >> 8));
-    };
-    JpegBytes tiff =
-        big ? JpegBytes{'M', 'M', 0, 0x2A, 0, 0, 0, 8} : JpegBytes{'I', 'I', 0x2A, 0, 8, 0, 0, 0};
-    put16(tiff, 1);
-    put16(tiff, 0x0112);
-    put16(tiff, 3);
-    if (big)
-        put16(tiff, 0), put16(tiff, 1);
-    else
-        put16(tiff, 1), put16(tiff, 0);
-    put16(tiff, orientation);
-    put16(tiff, 0);
-    put16(tiff, 0), put16(tiff, 0);
-    JpegBytes out = {0xFF, 0xD8, 0xFF, 0xE1};
-    const size_t length = tiff.size() + 8;
-    out.push_back(uint8_t(length >> 8));
-    out.push_back(uint8_t(length & 0xFF));
-    static const uint8_t kExif[6] = {'E', 'x', 'i', 'f', 0, 0};
-    for (uint8_t b : kExif) out.push_back(b);
-    for (uint8_t b : tiff) out.push_back(b);
-    for (size_t i = 2; i < file.size(); ++i) out.push_back(file[i]);
+    const uint8_t hi = uint8_t(orientation >> 8), lo = uint8_t(orientation);
+    JpegBytes out = {0xFF, 0xD8, 0xFF, 0xE1, 0, 34, 'E', 'x', 'i', 'f', 0, 0};
+    const JpegBytes tiff = big ? JpegBytes{'M', 'M', 0, 0x2A, 0, 0,  0,  8, 0, 1, 0x01, 0x12, 0,
+                                           3,   0,   0, 0,    1, hi, lo, 0, 0, 0, 0,    0,    0}
+                               : JpegBytes{'I', 'I', 0x2A, 0, 8, 0,  0,  0, 1, 0, 0x12, 0x01, 3,
+                                           0,   1,   0,    0, 0, lo, hi, 0, 0, 0, 0,    0,    0};
+    out.insert(out.end(), tiff.begin(), tiff.end());
+    out.insert(out.end(), file.begin() + 2, file.end());
     return out;
 }
 
