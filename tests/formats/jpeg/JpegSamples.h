@@ -1,9 +1,8 @@
-// JPEG files made in the tests and their reference decoders: TurboJPEG, and
-// libjpeg itself (what djpeg runs) for CMYK, Adobe markers and restarts.
+// JPEG files made in the tests by libjpeg, and libjpeg's own decode (what
+// djpeg runs) as the reference.
 #pragma once
 
 #include <gtest/gtest.h>
-#include <turbojpeg.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -26,32 +25,6 @@ inline JpegBytes jpegPicture(int w, int h) {
             p[1] = mark ? 10 : uint8_t(y * 255 / h);
             p[2] = uint8_t((x * y) & 0xFF);
         }
-    return rgb;
-}
-
-// The picture above compressed by TurboJPEG.
-inline JpegBytes turboCompress(int w, int h, int subsamp, int flags, bool grey = false) {
-    JpegBytes rgb = jpegPicture(w, h);
-    tjhandle tj = tjInitCompress();
-    unsigned char* out = nullptr;
-    unsigned long size = 0;
-    if (grey) subsamp = TJSAMP_GRAY;
-    EXPECT_EQ(tjCompress2(tj, rgb.data(), w, 0, h, TJPF_RGB, &out, &size, subsamp, 85, flags), 0)
-        << tjGetErrorStr2(tj);
-    JpegBytes file(out, out + size);
-    tjFree(out);
-    tjDestroy(tj);
-    return file;
-}
-
-// TurboJPEG's decode: RGB, or grey expanded to RGB.
-inline JpegBytes turboDecode(const JpegBytes& file, int& w, int& h) {
-    tjhandle tj = tjInitDecompress();
-    int sub = 0, space = 0;
-    tjDecompressHeader3(tj, file.data(), file.size(), &w, &h, &sub, &space);
-    JpegBytes rgb(size_t(w) * h * 3);
-    EXPECT_EQ(tjDecompress2(tj, file.data(), file.size(), rgb.data(), w, 0, h, TJPF_RGB, 0), 0);
-    tjDestroy(tj);
     return rgb;
 }
 
@@ -95,6 +68,11 @@ inline JpegBytes libjpegCompress(const JpegBytes& samples, int w, int h,
     JpegBytes file(out, out + size);
     free(out);
     return file;
+}
+
+// The picture above compressed by libjpeg.
+inline JpegBytes libjpegFile(int w, int h, const LibjpegOptions& options = {}) {
+    return libjpegCompress(jpegPicture(w, h), w, h, options);
 }
 
 // What djpeg decodes: libjpeg with its default output colour space.
