@@ -1,11 +1,8 @@
-// JPEG files made in the tests and the decoders they are checked against:
-// TurboJPEG for the common cases, libjpeg itself (what djpeg runs, with its
-// defaults) where a file needs options TurboJPEG does not offer, such as CMYK
-// with an Adobe marker or restart intervals.
+// JPEG files made in the tests by libjpeg, and libjpeg's own decode (what
+// djpeg runs) as the reference.
 #pragma once
 
 #include <gtest/gtest.h>
-#include <turbojpeg.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -31,32 +28,6 @@ inline JpegBytes jpegPicture(int w, int h) {
     return rgb;
 }
 
-// The picture above compressed by TurboJPEG.
-inline JpegBytes turboCompress(int w, int h, int subsamp, int flags, bool grey = false) {
-    JpegBytes rgb = jpegPicture(w, h);
-    tjhandle tj = tjInitCompress();
-    unsigned char* out = nullptr;
-    unsigned long size = 0;
-    if (grey) subsamp = TJSAMP_GRAY;
-    EXPECT_EQ(tjCompress2(tj, rgb.data(), w, 0, h, TJPF_RGB, &out, &size, subsamp, 85, flags), 0)
-        << tjGetErrorStr2(tj);
-    JpegBytes file(out, out + size);
-    tjFree(out);
-    tjDestroy(tj);
-    return file;
-}
-
-// TurboJPEG's decode: RGB, or grey expanded to RGB.
-inline JpegBytes turboDecode(const JpegBytes& file, int& w, int& h) {
-    tjhandle tj = tjInitDecompress();
-    int sub = 0, space = 0;
-    tjDecompressHeader3(tj, file.data(), file.size(), &w, &h, &sub, &space);
-    JpegBytes rgb(size_t(w) * h * 3);
-    EXPECT_EQ(tjDecompress2(tj, file.data(), file.size(), rgb.data(), w, 0, h, TJPF_RGB, 0), 0);
-    tjDestroy(tj);
-    return rgb;
-}
-
 struct LibjpegOptions {
     J_COLOR_SPACE input = JCS_RGB;       // JCS_RGB, JCS_GRAYSCALE or JCS_CMYK samples
     J_COLOR_SPACE stored = JCS_UNKNOWN;  // JCS_UNKNOWN: the library's default
@@ -66,8 +37,7 @@ struct LibjpegOptions {
 };
 
 // `samples` (w x h, components as options.input) compressed by libjpeg at
-// quality 90. CMYK is stored with the Adobe marker, which libjpeg writes for
-// CMYK and YCCK files.
+// quality 90; CMYK and YCCK get libjpeg's Adobe marker.
 inline JpegBytes libjpegCompress(const JpegBytes& samples, int w, int h,
                                  const LibjpegOptions& options) {
     jpeg_compress_struct c{};
@@ -100,8 +70,12 @@ inline JpegBytes libjpegCompress(const JpegBytes& samples, int w, int h,
     return file;
 }
 
-// What djpeg decodes: libjpeg with its default output colour space (RGB for
-// YCbCr, grey, CMYK for CMYK and YCCK) and default methods.
+// The picture above compressed by libjpeg.
+inline JpegBytes libjpegFile(int w, int h, const LibjpegOptions& options = {}) {
+    return libjpegCompress(jpegPicture(w, h), w, h, options);
+}
+
+// What djpeg decodes: libjpeg with its default output colour space.
 struct LibjpegDecoded {
     int width = 0, height = 0, components = 0;
     JpegBytes samples;
@@ -133,30 +107,14 @@ inline LibjpegDecoded libjpegDecode(const JpegBytes& file) {
 
 // SOI, an EXIF APP1 holding one orientation entry, then the rest of `file`.
 inline JpegBytes withExif(const JpegBytes& file, uint16_t orientation, bool big) {
-    auto put16 = [big](JpegBytes& b, uint16_t v) {
-        b.push_back(uint8_t(big ? v >> 8 : v & 0xFF));
-        b.push_back(uint8_t(big ? v & 0xFF : v >> 8));
-    };
-    JpegBytes tiff =
-        big ? JpegBytes{'M', 'M', 0, 0x2A, 0, 0, 0, 8} : JpegBytes{'I', 'I', 0x2A, 0, 8, 0, 0, 0};
-    put16(tiff, 1);
-    put16(tiff, 0x0112);
-    put16(tiff, 3);
-    if (big)
-        put16(tiff, 0), put16(tiff, 1);
-    else
-        put16(tiff, 1), put16(tiff, 0);
-    put16(tiff, orientation);
-    put16(tiff, 0);
-    put16(tiff, 0), put16(tiff, 0);
-    JpegBytes out = {0xFF, 0xD8, 0xFF, 0xE1};
-    const size_t length = tiff.size() + 8;
-    out.push_back(uint8_t(length >> 8));
-    out.push_back(uint8_t(length & 0xFF));
-    static const uint8_t kExif[6] = {'E', 'x', 'i', 'f', 0, 0};
-    for (uint8_t b : kExif) out.push_back(b);
-    for (uint8_t b : tiff) out.push_back(b);
-    for (size_t i = 2; i < file.size(); ++i) out.push_back(file[i]);
+    const uint8_t hi = uint8_t(orientation >> 8), lo = uint8_t(orientation);
+    JpegBytes out = {0xFF, 0xD8, 0xFF, 0xE1, 0, 34, 'E', 'x', 'i', 'f', 0, 0};
+    const JpegBytes tiff = big ? JpegBytes{'M', 'M', 0, 0x2A, 0, 0,  0,  8, 0, 1, 0x01, 0x12, 0,
+                                           3,   0,   0, 0,    1, hi, lo, 0, 0, 0, 0,    0,    0}
+                               : JpegBytes{'I', 'I', 0x2A, 0, 8, 0,  0,  0, 1, 0, 0x12, 0x01, 3,
+                                           0,   1,   0,    0, 0, lo, hi, 0, 0, 0, 0,    0,    0};
+    out.insert(out.end(), tiff.begin(), tiff.end());
+    out.insert(out.end(), file.begin() + 2, file.end());
     return out;
 }
 

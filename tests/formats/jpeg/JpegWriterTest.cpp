@@ -1,7 +1,6 @@
 // The JFIF writer through the reader and TurboJPEG: components, settings,
-// EXIF in place of JFIF, density and the comment's cut.
+// EXIF in place of JFIF and its pixel size, density and the comment's cut.
 #include <gtest/gtest.h>
-#include <turbojpeg.h>
 
 #include <cstdlib>
 
@@ -16,19 +15,6 @@ namespace vivark {
 namespace {
 
 using namespace test;
-
-struct Header {
-    int width = 0, height = 0, subsamp = -1, colourspace = -1;
-};
-
-Header headerOf(const std::string& bytes) {
-    Header h;
-    tjhandle tj = tjInitDecompress();
-    tjDecompressHeader3(tj, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(),
-                        &h.width, &h.height, &h.subsamp, &h.colourspace);
-    tjDestroy(tj);
-    return h;
-}
 
 // The mean difference per sample (noise does not survive chroma subsampling).
 double meanDifference(const Image& a, const Image& b) {
@@ -52,15 +38,11 @@ Image smooth(uint32_t bits, bool greyPalette) {
     }
     for (uint32_t y = 0; y < 30; ++y) {
         uint8_t* row = image.plane.mutableRow(y);
-        for (uint32_t x = 0; x < 40; ++x) {
-            if (bits == 8) {
+        for (uint32_t x = 0; x < 40; ++x)
+            if (bits == 8)
                 row[x] = uint8_t(x * 6);
-            } else {
-                row[3 * x] = uint8_t(x * 6);      // blue
-                row[3 * x + 1] = uint8_t(y * 8);  // green
-                row[3 * x + 2] = 200;             // red
-            }
-        }
+            else
+                row[3 * x] = uint8_t(x * 6), row[3 * x + 1] = uint8_t(y * 8), row[3 * x + 2] = 200;
     }
     return image;
 }
@@ -74,12 +56,12 @@ TEST(JpegWriter, ComponentsAndSettings) {
         const char* name;
         const Image& image;
         bool progressive;
-        int colourspace;
+        int components;
     } cases[] = {
-        {"colour", colour, false, TJCS_YCbCr},
-        {"colour progressive", colour, true, TJCS_YCbCr},
-        {"grey palette as one component", grey, false, TJCS_GRAY},
-        {"colour palette expanded", palette, false, TJCS_YCbCr},
+        {"colour", colour, false, 3},
+        {"colour progressive", colour, true, 3},
+        {"grey palette as one component", grey, false, 1},
+        {"colour palette expanded", palette, false, 3},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -87,7 +69,7 @@ TEST(JpegWriter, ComponentsAndSettings) {
         options.set(saveKey::JfifQuality, 100);
         options.set(saveKey::JfifProgressive, c.progressive);
         const std::string bytes = writeToBytes(c.image, writeJfif, options);
-        EXPECT_EQ(headerOf(bytes).colourspace, c.colourspace);
+        EXPECT_EQ(libjpegDecode(JpegBytes(bytes.begin(), bytes.end())).components, c.components);
         EXPECT_EQ(bytes.find("\xFF\xC2") != std::string::npos, c.progressive);
         EXPECT_EQ(bytes.substr(6, 5), std::string("JFIF\0", 5));
         const Image back = readFromBytes(bytes, makeJpegReader);
@@ -172,12 +154,7 @@ TEST(JpegExif, PixelDimensionsFollowTheImage) {
             updateExifPixelSize(block, c.width, c.height);
             EXPECT_EQ(block, exifBlock(big, 1, c.typeAfter, c.width, c.height));
         }
-    // No sub-directory, or one pointing past the block: left alone.
-    std::vector<uint8_t> bare = exifBlock(false, 1, 3, 1, 1);
-    bare.resize(8 + 2 + 24 + 4);
-    const std::vector<uint8_t> bareBefore = bare;
-    updateExifPixelSize(bare, 5, 5);
-    EXPECT_EQ(bare, bareBefore);
+    // A sub-directory pointing past the block is left alone.
     std::vector<uint8_t> far = exifBlock(true, 1, 3, 1, 1);
     far[8 + 2 + 12 + 8] = 0x7F;
     const std::vector<uint8_t> farBefore = far;
@@ -188,7 +165,7 @@ TEST(JpegExif, PixelDimensionsFollowTheImage) {
 TEST(JpegWriter, ExifOfATurnedImageDescribesTheWrittenPixels) {
     // Stored 24 x 16 with orientation 6: read upright as 16 x 24.
     for (bool big : {false, true}) {
-        const std::vector<uint8_t> jpeg = turboCompress(24, 16, TJSAMP_444, 0);
+        const std::vector<uint8_t> jpeg = libjpegFile(24, 16);
         const std::vector<uint8_t> block = exifBlock(big, 6, 3, 24, 16);
         std::vector<uint8_t> file = {0xFF, 0xD8, 0xFF, 0xE1, 0, 0, 'E', 'x', 'i', 'f', 0, 0};
         file[5] = uint8_t(block.size() + 8);
