@@ -1,5 +1,5 @@
 // The colour cube: level values, quantisation bands and their extended ends,
-// the palette index arithmetic, and the ordered dither's pattern.
+// and the ordered dither's pattern.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -39,22 +39,6 @@ TEST(ColourCube, LevelsAndBandsPerLevelCount) {
         // Offsets span +-127 / (n - 1) from the matrix's 0 to its 255.
         EXPECT_EQ(cube.ditherOffset(2, 0, 0), int(127 / top));
         EXPECT_EQ(cube.ditherOffset(2, 0, 15), -int(127 / top));
-    }
-}
-
-TEST(ColourCube, QuantisedChannelsAddUpToTheEntryOfTheirLevels) {
-    const ColourCube cube(6, 7, 6);
-    ASSERT_EQ(cube.count(), 252u);
-    for (unsigned v = 0; v < 256; v += 5) {
-        const unsigned r = v, g = 255 - v, b = (v * 7) & 255;
-        const unsigned index =
-            cube.quantise(0, int(b)) + cube.quantise(1, int(g)) + cube.quantise(2, int(r));
-        ASSERT_LT(index, 252u);
-        const Colour entry = cube.palette()[index];
-        // The entry is the nearest level value in every channel.
-        EXPECT_LE(std::abs(int(redOf(entry)) - int(r)), 26) << v;
-        EXPECT_LE(std::abs(int(greenOf(entry)) - int(g)), 22) << v;
-        EXPECT_LE(std::abs(int(blueOf(entry)) - int(b)), 26) << v;
     }
 }
 

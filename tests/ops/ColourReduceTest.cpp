@@ -1,11 +1,8 @@
-// reduceColours end to end: which palette each type and count selects, what
-// stays untouched, how diffusion spreads, that an adaptive palette keeps a
-// few exact colours and fits a smooth picture closely, and that a cancel
-// leaves the image as it was.
+// reduceColours end to end: palette choice, what stays untouched, how
+// diffusion spreads, adaptive fit, and that a cancel leaves the image as it was.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -18,24 +15,32 @@ namespace {
 
 using test::colourAt;
 
+// A true-colour image, width x height, whose pixel (x, y) is colourOf(x, y).
+template <typename F>
+Image paint(uint32_t width, uint32_t height, F colourOf) {
+    Image image(width, height, 24);
+    for (uint32_t y = 0; y < height; ++y)
+        for (uint32_t x = 0; x < width; ++x) {
+            const Colour c = colourOf(x, y);
+            uint8_t* p = image.plane.mutableRow(y) + 3 * x;
+            p[0] = blueOf(c), p[1] = greenOf(c), p[2] = redOf(c);
+        }
+    return image;
+}
+
 // A smooth, photo-like true-colour picture: gradients, a bright disc, noise.
 Image smoothPicture(uint32_t width, uint32_t height) {
-    Image image(width, height, 24);
     uint32_t seed = 7;
-    for (uint32_t y = 0; y < height; ++y) {
-        uint8_t* row = image.plane.mutableRow(y);
-        for (uint32_t x = 0; x < width; ++x) {
-            seed = seed * 1103515245u + 12345u;
-            const int noise = int(seed >> 28) - 8;
-            const int dx = int(x) - int(width) / 2, dy = int(y) - int(height) / 3;
-            const int disc = dx * dx + dy * dy < int(width * width / 16) ? 90 : 0;
-            auto clamp = [](int v) { return uint8_t(std::clamp(v, 0, 255)); };
-            row[3 * x] = clamp(int(255 * y / height) + noise);
-            row[3 * x + 1] = clamp(int(200 * x / width) + disc / 2 + noise);
-            row[3 * x + 2] = clamp(int(120 + 100 * (x + y) / (width + height)) + disc + noise);
-        }
-    }
-    return image;
+    return paint(width, height, [&](uint32_t x, uint32_t y) {
+        seed = seed * 1103515245u + 12345u;
+        const int noise = int(seed >> 28) - 8;
+        const int dx = int(x) - int(width) / 2, dy = int(y) - int(height) / 3;
+        const int disc = dx * dx + dy * dy < int(width * width / 16) ? 90 : 0;
+        auto clamp = [](int v) { return uint8_t(std::clamp(v, 0, 255)); };
+        return rgb(clamp(int(120 + 100 * (x + y) / (width + height)) + disc + noise),
+                   clamp(int(200 * x / width) + disc / 2 + noise),
+                   clamp(int(255 * y / height) + noise));
+    });
 }
 
 double meanSquaredError(const Image& a, const Image& b) {
@@ -51,13 +56,6 @@ double meanSquaredError(const Image& a, const Image& b) {
     return sum / (3.0 * a.width() * a.height());
 }
 
-std::set<Colour> coloursOf(const Image& image) {
-    std::set<Colour> colours;
-    for (uint32_t y = 0; y < image.height(); ++y)
-        for (uint32_t x = 0; x < image.width(); ++x) colours.insert(colourAt(image, x, y));
-    return colours;
-}
-
 TEST(ColourReduce, PaletteTypeAndCountChooseThePalette) {
     const Image source = smoothPicture(24, 16);
     const struct {
@@ -66,18 +64,14 @@ TEST(ColourReduce, PaletteTypeAndCountChooseThePalette) {
     } cases[] = {
         {16, 1, 0, 16, FixedPalette16.data()},
         {17, 1, 0, 256, FixedPalette256.data()},
-        {2, 1, 2, 16, FixedPalette16.data()},
         {256, 2, 1, 8, nullptr},
         {256, 3, 0, 256, nullptr},
         {256, 4, 2, 252, nullptr},
         {256, 5, 1, 216, nullptr},
-        {256, 1, 1, 256, FixedPalette256.data()},  // ordered means nearest here
-        {12, 0, 2, 12, nullptr},
         {12, 99, 0, 12, nullptr},  // unknown types are adaptive
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message()
-                     << c.requested << " " << c.paletteType << " " << c.ditherType);
+        SCOPED_TRACE(testing::Message() << c.requested << " " << c.paletteType);
         Image image = source;
         EXPECT_EQ(reduceColours(image, c.requested, c.paletteType, c.ditherType), c.count);
         EXPECT_EQ(image.bitsPerPixel(), 8u);
@@ -85,68 +79,39 @@ TEST(ColourReduce, PaletteTypeAndCountChooseThePalette) {
         if (c.palette) {
             EXPECT_TRUE(std::equal(c.palette, c.palette + c.count, image.palette.entries.begin()));
         }
-        EXPECT_LE(coloursOf(image).size(), c.count);
     }
 }
 
 TEST(ColourReduce, ExactPaletteColoursMapToThemselves) {
-    for (uint32_t type : {1u, 5u}) {
-        SCOPED_TRACE(type);
-        const Colour* palette = type == 1 ? FixedPalette16.data() : nullptr;
-        std::vector<Colour> colours;
-        if (palette) {
-            colours.assign(palette, palette + 16);
-        } else {
-            for (unsigned i = 0; i < 216; ++i)
-                colours.push_back(
-                    rgb(uint8_t(i / 36 * 51), uint8_t(i / 6 % 6 * 51), uint8_t(i % 6 * 51)));
-        }
-        Image image(uint32_t(colours.size()), 2, 24);
-        for (uint32_t y = 0; y < 2; ++y)
-            for (uint32_t x = 0; x < image.width(); ++x) {
-                uint8_t* p = image.plane.mutableRow(y) + 3 * x;
-                p[0] = blueOf(colours[x]), p[1] = greenOf(colours[x]), p[2] = redOf(colours[x]);
-            }
+    const Image image = paint(16, 2, [](uint32_t x, uint32_t) { return FixedPalette16[x]; });
+    for (uint32_t dither : {0u, 2u}) {
         Image reduced = image;
-        for (uint32_t dither : {0u, 2u}) {
-            reduced = image;
-            ASSERT_TRUE(reduceColours(reduced, 16, type, dither));
-            EXPECT_TRUE(test::samePixels(image, reduced)) << "dither " << dither;
-        }
+        ASSERT_TRUE(reduceColours(reduced, 16, 1, dither));
+        EXPECT_TRUE(test::samePixels(image, reduced)) << "dither " << dither;
     }
 }
 
 TEST(ColourReduce, IndexedImageThatFitsIsUntouchedOnlyUnderAdaptive) {
     Image indexed = test::patternImage(10, 6, 4);  // 16 palette entries
-    for (uint32_t requested : {16u, 200u}) {
+    const struct {
+        uint32_t requested, paletteType, ditherType;
+        bool untouched;
+    } cases[] = {{16, 0, 2, true}, {200, 0, 2, true}, {8, 0, 0, false}, {16, 1, 0, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.requested << " " << c.paletteType);
         Image image = indexed;
-        EXPECT_EQ(reduceColours(image, requested, 0, 2), requested);
-        EXPECT_EQ(image.bitsPerPixel(), 4u);
-        EXPECT_TRUE(image.plane.sharesPixelsWith(indexed.plane));
+        EXPECT_EQ(reduceColours(image, c.requested, c.paletteType, c.ditherType), c.requested);
+        EXPECT_EQ(image.bitsPerPixel(), c.untouched ? 4u : 8u);
+        EXPECT_EQ(image.plane.sharesPixelsWith(indexed.plane), c.untouched);
     }
-    Image fewer = indexed;
-    EXPECT_EQ(reduceColours(fewer, 8, 0, 0), 8u);
-    EXPECT_EQ(fewer.bitsPerPixel(), 8u);
-    Image fixed = indexed;
-    EXPECT_EQ(reduceColours(fixed, 16, 1, 0), 16u);
-    EXPECT_EQ(fixed.bitsPerPixel(), 8u);
-    EXPECT_FALSE(fixed.plane.sharesPixelsWith(indexed.plane));
-    indexed.paletteCount = 0;  // counts as 256
-    Image whole = indexed;
-    EXPECT_EQ(reduceColours(whole, 100, 0, 0), 16u);  // only 16 colours occur
+    indexed.paletteCount = 0;                           // counts as 256
+    EXPECT_EQ(reduceColours(indexed, 100, 0, 0), 16u);  // only 16 colours occur
 }
 
 TEST(ColourReduce, AdaptiveKeepsFewExactColoursAndFitsASmoothPicture) {
     const Colour few[] = {rgb(0, 0, 0), rgb(255, 255, 255), rgb(5, 200, 77), rgb(6, 201, 78),
                           rgb(250, 10, 128)};
-    Image image(15, 4, 24);
-    for (uint32_t y = 0; y < 4; ++y)
-        for (uint32_t x = 0; x < 15; ++x) {
-            const Colour c = few[(x + y) % 5];
-            uint8_t* p = image.plane.mutableRow(y) + 3 * x;
-            p[0] = blueOf(c), p[1] = greenOf(c), p[2] = redOf(c);
-        }
-    Image reduced = image;
+    Image reduced = paint(15, 4, [&](uint32_t x, uint32_t y) { return few[(x + y) % 5]; });
     // The two near greens share a histogram cell and become their mean.
     EXPECT_EQ(reduceColours(reduced, 256, 0, 2), 4u);
     for (uint32_t y = 0; y < 4; ++y)
@@ -161,22 +126,17 @@ TEST(ColourReduce, AdaptiveKeepsFewExactColoursAndFitsASmoothPicture) {
     const struct {
         uint32_t count, paletteType, ditherType;
         double limit;  // mean squared error per channel (the noise alone is 21)
-    } fits[] = {{256, 0, 0, 18}, {64, 0, 0, 65}, {16, 0, 0, 250}, {256, 1, 0, 330}};
-    double adaptive256 = 0, fixed256 = 0;
+    } fits[] = {{256, 0, 0, 18}, {16, 0, 0, 250}, {256, 1, 0, 330}};
     for (const auto& f : fits) {
         Image r = picture;
         ASSERT_TRUE(reduceColours(r, f.count, f.paletteType, f.ditherType));
-        const double mse = meanSquaredError(picture, r);
-        EXPECT_LT(mse, f.limit) << f.count << " " << f.paletteType;
-        if (f.count == 256) (f.paletteType == 0 ? adaptive256 : fixed256) = mse;
+        EXPECT_LT(meanSquaredError(picture, r), f.limit) << f.count << " " << f.paletteType;
     }
-    EXPECT_LT(adaptive256 * 10, fixed256);
 }
 
 // Floyd-Steinberg to black and white on greys, worked out independently:
-// rows in serpentine order from the top, 7/16 ahead, 3/16 below behind, 5/16
-// below, 1/16 below ahead, each arriving error limited. For greys only
-// luminance carries error, and it equals the grey.
+// serpentine rows, 7/16 ahead, 3/16 below behind, 5/16 below, 1/16 below
+// ahead, each arriving error limited; for greys the error is the grey's.
 std::string diffusedToBlackAndWhite(const std::vector<std::vector<int>>& greys) {
     const int width = int(greys[0].size());
     auto limit = [](int e) {
@@ -216,10 +176,10 @@ TEST(ColourReduce, DiffusionRunsSerpentineWithItsWeightsAndLimits) {
         for (size_t x = 0; x < 9; ++x) ramp[y][x] = int(106 + x + y);
     for (const auto* greys : {&column, &ramp}) {
         const uint32_t width = uint32_t((*greys)[0].size()), height = uint32_t(greys->size());
-        Image image(width, height, 24);
-        for (uint32_t y = 0; y < height; ++y)
-            for (uint32_t x = 0; x < width; ++x)
-                std::fill_n(image.plane.mutableRow(y) + 3 * x, 3, uint8_t((*greys)[y][x]));
+        Image image = paint(width, height, [&](uint32_t x, uint32_t y) {
+            const auto v = uint8_t((*greys)[y][x]);
+            return rgb(v, v, v);
+        });
         ASSERT_TRUE(reduceToBlackAndWhite(image, 2));
         std::string actual;
         for (uint32_t y = 0; y < height; ++y) {
@@ -227,28 +187,23 @@ TEST(ColourReduce, DiffusionRunsSerpentineWithItsWeightsAndLimits) {
                 actual += colourAt(image, x, y) == rgb(255, 255, 255) ? 'W' : 'B';
             actual += "/";
         }
-        const std::string expected = diffusedToBlackAndWhite(*greys);
-        EXPECT_EQ(actual, expected) << width << "x" << height;
-        EXPECT_NE(expected.find('W'), std::string::npos);
+        EXPECT_EQ(actual, diffusedToBlackAndWhite(*greys)) << width << "x" << height;
     }
 }
 
 TEST(ColourReduce, EveryDepthAndTinySizeReducesUnderEveryType) {
     std::vector<Image> images{Image()};
     for (uint32_t bits : {1u, 4u, 8u, 24u})
-        for (auto [w, h] : {std::pair{1u, 1u}, {1u, 3u}, {17u, 5u}})
+        for (auto [w, h] : {std::pair{1u, 1u}, {17u, 5u}})
             images.push_back(test::patternImage(w, h, bits));
     for (const Image& source : images)
         for (uint32_t type : {0u, 1u, 3u, 6u})
             for (uint32_t dither = 0; dither <= 2; ++dither) {
-                SCOPED_TRACE(testing::Message()
-                             << source.bitsPerPixel() << " bits " << source.width() << "x"
-                             << source.height() << ", type " << type << ", dither " << dither);
+                SCOPED_TRACE(testing::Message() << source.bitsPerPixel() << " " << source.width()
+                                                << " " << type << " " << dither);
                 Image image = source;
-                const auto count = reduceColours(image, 2, type, dither);
-                ASSERT_TRUE(count.has_value());
+                ASSERT_TRUE(reduceColours(image, 2, type, dither));
                 if (image.bitsPerPixel() != 8) continue;  // left as it was
-                EXPECT_LE(coloursOf(image).size(), *count);
                 for (uint32_t y = 0; y < image.height(); ++y)
                     for (uint32_t x = 0; x < image.width(); ++x)
                         ASSERT_LT(image.plane.row(y)[x], image.paletteCount);
@@ -257,9 +212,7 @@ TEST(ColourReduce, EveryDepthAndTinySizeReducesUnderEveryType) {
 
 TEST(ColourReduce, CancelLeavesTheImageUnchangedAndCompletionReportsOneOfOne) {
     const Image source = smoothPicture(20, 10);
-    const struct {
-        uint32_t paletteType, ditherType;
-    } cases[] = {{0, 2}, {0, 0}, {1, 2}, {3, 1}, {5, 0}};
+    const struct { uint32_t paletteType, ditherType; } cases[] = {{0, 2}, {1, 2}, {5, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.paletteType << " " << c.ditherType);
         for (uint32_t cancelAt : {1u, 9u, 15u}) {

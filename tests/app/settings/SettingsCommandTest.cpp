@@ -1,9 +1,10 @@
 // "vivark settings" through the built tool, with its store in a temporary
 // directory.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
 
 #include "app/settings/SettingKeys.h"
 #include "tests/support/TempDir.h"
@@ -23,30 +24,14 @@ struct ToolRun {
 class SettingsCommandTest : public ::testing::Test {
   protected:
     // Runs "vivark settings ARGS..." with the store in config_.
-    ToolRun settings(std::vector<std::string> args) {
-        args.insert(args.begin(), {VIVARK_TOOL, "settings"});
-        std::string outFile = (output_ / "out").string(), errFile = (output_ / "err").string();
-        std::string home = "VIVARK_CONFIG_HOME=" + config_.path().string();
-        pid_t child = ::fork();
-        if (child == 0) {
-            int out = ::open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            int err = ::open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            ::dup2(out, 1);
-            ::dup2(err, 2);
-            std::vector<char*> argv;
-            for (auto& arg : args) argv.push_back(arg.data());
-            argv.push_back(nullptr);
-            char* envp[] = {home.data(), nullptr};
-            ::execve(VIVARK_TOOL, argv.data(), envp);
-            ::_exit(127);
-        }
-        ToolRun run;
-        int status = 0;
-        if (child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status))
-            run.exitCode = WEXITSTATUS(status);
-        run.out = readWholeFile(output_ / "out");
-        run.err = readWholeFile(output_ / "err");
-        return run;
+    ToolRun settings(const std::vector<std::string>& args) {
+        std::string command =
+            "VIVARK_CONFIG_HOME='" + config_.path().string() + "' '" + VIVARK_TOOL + "' settings";
+        for (const std::string& arg : args) command += " '" + arg + "'";
+        command += " >'" + (output_ / "out").string() + "' 2>'" + (output_ / "err").string() + "'";
+        const int status = std::system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readWholeFile(output_ / "out"),
+                readWholeFile(output_ / "err")};
     }
     std::string storeFile() const { return readWholeFile(config_ / "settings.conf"); }
 
@@ -55,49 +40,31 @@ class SettingsCommandTest : public ::testing::Test {
 };
 
 TEST_F(SettingsCommandTest, SetGetAndBackToTheDefaultLeavesNoTrace) {
-    ToolRun set = settings({"set", "SaveOptions\\GIF\\Interlace", "yes"});
-    EXPECT_EQ(set.exitCode, 0) << set.err;
-    EXPECT_EQ(settings({"get", "SaveOptions\\GIF\\Interlace"}).out, "yes\n");
+    EXPECT_EQ(settings({"set", "SaveOptions\\GIF\\Interlace", "yes"}).exitCode, 0);
     EXPECT_EQ(settings({"get", "saveoptions\\gif\\INTERLACE"}).out, "yes\n");
     EXPECT_NE(storeFile().find("\"Interlace\"=dword:00000001"), std::string::npos);
-
     EXPECT_EQ(settings({"set", "SaveOptions\\GIF\\Interlace", "0"}).exitCode, 0);
     EXPECT_EQ(settings({"get", "SaveOptions\\GIF\\Interlace"}).out, "no\n");
-    std::string file = storeFile();
-    EXPECT_EQ(file.find("Interlace"), std::string::npos) << file;
-    EXPECT_EQ(file.find("GIF"), std::string::npos) << file;
-}
+    EXPECT_EQ(storeFile().find("GIF"), std::string::npos) << storeFile();
 
-TEST_F(SettingsCommandTest, ValueFormsOfEachKind) {
-    struct Case {
-        const char* key;
-        const char* value;
-        const char* printed;
-    };
-    const Case cases[] = {
-        {"FileConverter\\FileType", "PNG ", "PNG "},
+    // Each kind prints its values in one form, whatever form was typed.
+    const char* const cases[][3] = {
         {"FileConverter\\FileType", "0x46464954", "TIFF"},
         {"Window\\BackgroundColor", "#FF8000", "0xFF8000"},
-        {"SaveOptions\\PNG\\Background Color", "0x00ff00", "0x00FF00"},
         {"SaveOptions\\JFIF\\Quality", "0x5A", "90"},
-        {"Display\\Gamma", "2.2", "2.2"},
         {"FileConverter\\MRUDirectoryList", "/a b/c;/d", "/a b/c;/d"},
-        {"Slideshow\\AutoStart", "YES", "yes"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.key);
-        ToolRun set = settings({"set", c.key, c.value});
-        EXPECT_EQ(set.exitCode, 0) << set.err;
-        EXPECT_EQ(settings({"get", c.key}).out, std::string(c.printed) + "\n");
+        EXPECT_EQ(settings({"set", c[0], c[1]}).exitCode, 0) << c[0];
+        EXPECT_EQ(settings({"get", c[0]}).out, std::string(c[2]) + "\n");
     }
 }
 
 TEST_F(SettingsCommandTest, UnknownKeysAndWrongKindsAreUsageErrors) {
-    struct Case {
+    const struct {
         std::vector<std::string> args;
         const char* message;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {{"get", "No\\Such\\Key"},
          "vivark: No\\Such\\Key: unknown setting (see 'vivark settings list --all')\n"},
         {{"set", "SaveOptions\\GIF", "1"},
@@ -107,7 +74,6 @@ TEST_F(SettingsCommandTest, UnknownKeysAndWrongKindsAreUsageErrors) {
         {{"set", "SaveOptions\\JFIF\\Quality", "75%"},
          "vivark: SaveOptions\\JFIF\\Quality: \"75%\" is not an integer from 0 to 4294967295 "
          "(decimal, or hexadecimal with 0x)\n"},
-        {{"set", "SaveOptions\\JFIF\\Quality", "4294967296"}, nullptr},
         {{"set", "FileConverter\\FileType", "BMP"},
          "vivark: FileConverter\\FileType: \"BMP\" is not a format tag of four characters "
          "such as \"BMP \"\n"},
@@ -116,15 +82,12 @@ TEST_F(SettingsCommandTest, UnknownKeysAndWrongKindsAreUsageErrors) {
         {{"set", "Display\\Gamma", "nan"},
          "vivark: Display\\Gamma: \"nan\" is not a real number such as 2.2\n"},
         {{"reset"}, "vivark: settings reset: name one KEY or --all\n"},
-        {{"reset", "--all", "EditMode"}, nullptr},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args.back());
         ToolRun run = settings(c.args);
         EXPECT_EQ(run.exitCode, 2);
-        if (c.message != nullptr) {
-            EXPECT_EQ(run.err, c.message);
-        }
+        EXPECT_EQ(run.err, c.message);
     }
     EXPECT_FALSE(std::filesystem::exists(config_ / "settings.conf"));
 }

@@ -12,15 +12,12 @@
 
 namespace vivark::test {
 
-// Installs `store` as the active store for the life of the object and puts
-// the previous one back afterwards.
+// Installs `store` as the active store while it lives.
 class ScopedSettingsStore {
   public:
     explicit ScopedSettingsStore(std::shared_ptr<settings::SettingsStore> store)
         : previous_(settings::setSettingsStore(std::move(store))) {}
     ~ScopedSettingsStore() { settings::setSettingsStore(previous_); }
-    ScopedSettingsStore(const ScopedSettingsStore&) = delete;
-    ScopedSettingsStore& operator=(const ScopedSettingsStore&) = delete;
 
   private:
     std::shared_ptr<settings::SettingsStore> previous_;
