@@ -95,46 +95,32 @@ TEST(InFileLines, EveryLineEndAndBufferSizeGivesTheSameLinesAndZeroBytesAreBinar
     }
 }
 
-TEST(InFileEnd, ReadingToTheLastByteSucceedsAndOneMoreThrows) {
+TEST(InFileTypedReads, BothByteOrdersAcrossBufferBoundariesUpToTheLastByte) {
     TempDir dir;
-    const std::string content = patternFile(100);
-    const auto path = dir.write("hundred.bin", content);
-    for (size_t bufferSize : {1, 7, 99, 100, 101, 0}) {
+    const std::string bytes = patternFile(100);
+    const auto path = dir.write("hundred.bin", bytes);
+    auto at = [&](size_t i) { return static_cast<uint32_t>(static_cast<uint8_t>(bytes[i])); };
+    for (size_t bufferSize : {1, 2, 3, 5, 7, 99, 100, 101, 0}) {
         SCOPED_TRACE(testing::Message() << "buffer " << bufferSize);
         InFile in(bufferSize);
         in.open(path);
-        std::string got(99, '\0');
-        in.read(got.data(), 99);
-        got.push_back(static_cast<char>(in.readByte()));
-        EXPECT_EQ(got, content);
+        EXPECT_EQ(in.readByte(), at(0));
+        size_t p = 1;
+        for (int round = 0; round < 3; ++round, p += 12) {
+            EXPECT_EQ(in.readLE16(), at(p) | at(p + 1) << 8);
+            EXPECT_EQ(in.readBE16(), at(p + 2) << 8 | at(p + 3));
+            EXPECT_EQ(in.readLE32(),
+                      at(p + 4) | at(p + 5) << 8 | at(p + 6) << 16 | at(p + 7) << 24);
+            EXPECT_EQ(in.readBE32(),
+                      at(p + 8) << 24 | at(p + 9) << 16 | at(p + 10) << 8 | at(p + 11));
+        }
+        std::string rest(100 - p, '\0');
+        in.read(rest.data(), rest.size());
+        EXPECT_EQ(rest, bytes.substr(p));
         EXPECT_EQ(in.tell(), 100);
         EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::UnexpectedEnd);
-
         in.seek(99);
         EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readLE16(); }), INFILEERROR::UnexpectedEnd);
-    }
-}
-
-TEST(InFileTypedReads, BothByteOrdersAcrossBufferBoundaries) {
-    std::string bytes;
-    for (int i = 0; i < 40; ++i) bytes.push_back(static_cast<char>(0x81 + i * 3));
-    auto at = [&](size_t i) { return static_cast<uint32_t>(static_cast<uint8_t>(bytes[i])); };
-    for (size_t bufferSize : {1, 2, 3, 5, 7, 0}) {
-        SCOPED_TRACE(testing::Message() << "buffer " << bufferSize);
-        auto in = InFile::overMemory(bytesOf(bytes), bufferSize);
-        EXPECT_EQ(in->readByte(), at(0));
-        size_t p = 1;
-        for (int round = 0; round < 3; ++round) {
-            EXPECT_EQ(in->readLE16(), at(p) | at(p + 1) << 8);
-            p += 2;
-            EXPECT_EQ(in->readBE16(), at(p) << 8 | at(p + 1));
-            p += 2;
-            EXPECT_EQ(in->readLE32(), at(p) | at(p + 1) << 8 | at(p + 2) << 16 | at(p + 3) << 24);
-            p += 4;
-            EXPECT_EQ(in->readBE32(), at(p) << 24 | at(p + 1) << 16 | at(p + 2) << 8 | at(p + 3));
-            p += 4;
-        }
-        EXPECT_EQ(in->tell(), static_cast<int64_t>(p));
     }
 }
 

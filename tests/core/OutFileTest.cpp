@@ -126,20 +126,6 @@ TEST(OutFileFailures, EachFailureIsClassifiedByItsCause) {
     EXPECT_EQ(readWholeFile(existing), "data");
 }
 
-TEST(SafeOutFile, CommitPutsTheContentUnderTheTargetName) {
-    TempDir dir;
-    dir.write("other.txt", "x");
-    {
-        SafeOutFile file(dir / "out.bin", 16);
-        file.out().write("0123456789abcdefghij", 20);
-        file.out().writeLE16(0x2122);
-        EXPECT_FALSE(std::filesystem::exists(dir / "out.bin"));
-        file.commit();
-    }
-    EXPECT_EQ(readWholeFile(dir / "out.bin"), "0123456789abcdefghij\x22\x21");
-    EXPECT_EQ(namesIn(dir.path()), (std::set<std::string>{"other.txt", "out.bin"}));
-}
-
 TEST(SafeOutFile, WithoutCommitNothingIsLeftAndAnExistingTargetIsUntouched) {
     TempDir dir;
     dir.write("image.gif", "the original");
@@ -165,32 +151,33 @@ TEST(SafeOutFile, UncreatableTargetsAreCannotCreate) {
     EXPECT_TRUE(std::filesystem::is_empty(dir / "folder"));
 }
 
-TEST(SafeOutFile, ReplacingATargetKeepsItsPermissions) {
+TEST(SafeOutFile, CommitPutsTheContentUnderTheTargetNameKeepingItsPermissions) {
     const mode_t umaskNow = ::umask(0);
     ::umask(umaskNow);
-    for (mode_t mode : {0600, 0444}) {
-        SCOPED_TRACE(testing::Message() << std::oct << mode);
+    struct Case {
+        mode_t mode;  // of the existing target; 0: none
+        mode_t expected;
+    };
+    for (const Case& c : {Case{0600, 0600}, Case{0444, 0444}, Case{0, 0666 & ~umaskNow}}) {
+        SCOPED_TRACE(testing::Message() << std::oct << c.mode);
         TempDir dir;
-        const auto target = dir.write("kept.bin", "old");
-        ASSERT_EQ(::chmod(target.c_str(), mode), 0);
+        const auto target = dir / "out.bin";
+        if (c.mode != 0) {
+            dir.write("out.bin", "old");
+            ASSERT_EQ(::chmod(target.c_str(), c.mode), 0);
+        }
         {
-            SafeOutFile file(target);
-            file.out().write("new", 3);
+            SafeOutFile file(target, 16);
+            file.out().write("0123456789abcdefghij", 20);
+            EXPECT_EQ(std::filesystem::exists(target), c.mode != 0);
             file.commit();
         }
         struct stat st;
         ASSERT_EQ(::stat(target.c_str(), &st), 0);
-        EXPECT_EQ(st.st_mode & 07777, mode);
-        EXPECT_EQ(readWholeFile(target), "new");
+        EXPECT_EQ(st.st_mode & 07777, c.expected);
+        EXPECT_EQ(readWholeFile(target), "0123456789abcdefghij");
+        EXPECT_EQ(namesIn(dir.path()), std::set<std::string>{"out.bin"});
     }
-    TempDir dir;
-    {
-        SafeOutFile file(dir / "fresh.bin");
-        file.commit();
-    }
-    struct stat st;
-    ASSERT_EQ(::stat((dir / "fresh.bin").c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, 0666 & ~umaskNow);
 }
 
 }  // namespace
