@@ -1,7 +1,6 @@
 // InFile: line reading, the end of the data, typed reads, seeking and the
 // origin, buffer resizing, open failures and the growing-file device. Most
-// cases run over several buffer sizes so that every refill boundary falls
-// inside a line end, a typed value or a seek target.
+// cases run over several buffer sizes so that refills fall everywhere.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -38,8 +37,11 @@ std::string patternFile(size_t size) {
     return bytes;
 }
 
-// Every line until the data ends; the end must be reported as UnexpectedEnd.
-std::vector<std::string> readAllLines(InFile& in, size_t capacity = 256) {
+// Every line until the data ends, which must be reported as UnexpectedEnd, or
+// until a zero byte, which is binary data and ends the list with kBinary.
+constexpr const char* kBinary = "<binary data>";
+
+std::vector<std::string> readAllLines(InFile& in, size_t capacity) {
     std::vector<std::string> lines;
     std::vector<char> line(capacity, 'x');
     for (;;) {
@@ -47,7 +49,10 @@ std::vector<std::string> readAllLines(InFile& in, size_t capacity = 256) {
         try {
             length = in.readLine(line.data(), capacity);
         } catch (INFILEERROR e) {
-            EXPECT_EQ(e, INFILEERROR::UnexpectedEnd);
+            if (e == INFILEERROR::BinaryData)
+                lines.emplace_back(kBinary);
+            else
+                EXPECT_EQ(e, INFILEERROR::UnexpectedEnd);
             return lines;
         }
         EXPECT_LT(length, capacity);
@@ -56,49 +61,29 @@ std::vector<std::string> readAllLines(InFile& in, size_t capacity = 256) {
     }
 }
 
-TEST(InFileLines, EveryLineEndAndBufferSizeGivesTheSameLines) {
-    using Lines = std::vector<std::string>;
+TEST(InFileLines, EveryLineEndAndBufferSizeGivesTheSameLinesAndZeroBytesAreBinary) {
     struct Case {
         std::string input;
-        Lines lines;
+        std::vector<std::string> lines;
+        size_t capacity = 256;
     };
     const Case cases[] = {
         {"one\ntwo\nthree\n", {"one", "two", "three"}},
         {"one\rtwo\rthree\r", {"one", "two", "three"}},
-        {"one\r\ntwo\r\nthree\r\n", {"one", "two", "three"}},
         {"one\n\rtwo\n\rthree\n\r", {"one", "two", "three"}},
         {"one\ntwo\r\nthree", {"one", "two", "three"}},
         {"a\r\rb", {"a", "", "b"}},
-        {"a\n\nb\n", {"a", "", "b"}},
         {"a\r\n\r\nb", {"a", "", "b"}},
-        {"a\r\n\n\rb", {"a", "", "b"}},
         {"a\n\r\n\rb", {"a", "", "b"}},
         {"a\r\r\nb", {"a", "", "b"}},
-        {"\r\n\r\n", {"", ""}},
         {"\n", {""}},
-        {"x", {"x"}},
         {"", {}},
-    };
-    for (size_t bufferSize : kBufferSizes) {
-        for (const Case& c : cases) {
-            SCOPED_TRACE(testing::Message() << "buffer " << bufferSize << ", input "
-                                            << testing::PrintToString(c.input));
-            auto in = InFile::overMemory(bytesOf(c.input), bufferSize);
-            EXPECT_EQ(readAllLines(*in), c.lines);
-        }
-    }
-}
-
-TEST(InFileLines, LongerLinesThanTheDestinationComeInPieces) {
-    struct Case {
-        std::string input;
-        size_t capacity;
-        std::vector<std::string> lines;
-    };
-    const Case cases[] = {
-        {"abcdefghij\nxy\n", 5, {"abcd", "efgh", "ij", "xy"}},
-        {"abcdefgh", 5, {"abcd", "efgh"}},
-        {"abc\r\ndefgh\r\n", 3, {"ab", "c", "de", "fg", "h"}},
+        // Lines longer than the destination come in pieces.
+        {"abcdefghij\nxy\n", {"abcd", "efgh", "ij", "xy"}, 5},
+        {"abc\r\ndefgh\r\n", {"ab", "c", "de", "fg", "h"}, 3},
+        {std::string("ab\0cd\n", 6), {kBinary}},
+        {std::string("ok\r\0\n", 5), {"ok", kBinary}},
+        {std::string("one\ntwo\n\0", 9), {"one", "two", kBinary}},
     };
     for (size_t bufferSize : kBufferSizes) {
         for (const Case& c : cases) {
@@ -110,156 +95,72 @@ TEST(InFileLines, LongerLinesThanTheDestinationComeInPieces) {
     }
 }
 
-TEST(InFileLines, ZeroByteInALineIsBinaryData) {
-    struct Case {
-        std::string input;
-        size_t linesBefore;
-    };
-    const Case cases[] = {
-        {std::string("ab\0cd\n", 6), 0},     {std::string("\0", 1), 0},
-        {std::string("ok\nab\0", 6), 1},     {std::string("ok\r\0\n", 5), 1},
-        {std::string("one\ntwo\n\0", 9), 2},
-    };
-    for (size_t bufferSize : kBufferSizes) {
-        for (const Case& c : cases) {
-            SCOPED_TRACE(testing::Message() << "buffer " << bufferSize << ", input "
-                                            << testing::PrintToString(c.input));
-            auto in = InFile::overMemory(bytesOf(c.input), bufferSize);
-            char line[64];
-            for (size_t i = 0; i < c.linesBefore; ++i) in->readLine(line, sizeof line);
-            EXPECT_EQ(thrownBy<INFILEERROR>([&] { in->readLine(line, sizeof line); }),
-                      INFILEERROR::BinaryData);
-        }
-    }
-}
-
-TEST(InFileEnd, ReadingToTheLastByteSucceedsAndOneMoreThrows) {
+TEST(InFileTypedReads, BothByteOrdersAcrossBufferBoundariesUpToTheLastByte) {
     TempDir dir;
-    const std::string content = patternFile(100);
-    const auto path = dir.write("hundred.bin", content);
-    for (size_t bufferSize : {1, 3, 7, 64, 99, 100, 101, 0}) {
+    const std::string bytes = patternFile(100);
+    const auto path = dir.write("hundred.bin", bytes);
+    auto at = [&](size_t i) { return static_cast<uint32_t>(static_cast<uint8_t>(bytes[i])); };
+    for (size_t bufferSize : {1, 2, 3, 5, 7, 99, 100, 101, 0}) {
         SCOPED_TRACE(testing::Message() << "buffer " << bufferSize);
         InFile in(bufferSize);
         in.open(path);
-        std::string got(99, '\0');
-        in.read(got.data(), 99);
-        got.push_back(static_cast<char>(in.readByte()));
-        EXPECT_EQ(got, content);
+        EXPECT_EQ(in.readByte(), at(0));
+        size_t p = 1;
+        for (int round = 0; round < 3; ++round, p += 12) {
+            EXPECT_EQ(in.readLE16(), at(p) | at(p + 1) << 8);
+            EXPECT_EQ(in.readBE16(), at(p + 2) << 8 | at(p + 3));
+            EXPECT_EQ(in.readLE32(),
+                      at(p + 4) | at(p + 5) << 8 | at(p + 6) << 16 | at(p + 7) << 24);
+            EXPECT_EQ(in.readBE32(),
+                      at(p + 8) << 24 | at(p + 9) << 16 | at(p + 10) << 8 | at(p + 11));
+        }
+        std::string rest(100 - p, '\0');
+        in.read(rest.data(), rest.size());
+        EXPECT_EQ(rest, bytes.substr(p));
         EXPECT_EQ(in.tell(), 100);
         EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::UnexpectedEnd);
-        char one;
-        EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.read(&one, 1); }), INFILEERROR::UnexpectedEnd);
-
         in.seek(99);
         EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readLE16(); }), INFILEERROR::UnexpectedEnd);
-        in.rewind();
-        std::string tooMuch(101, '\0');
-        EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.read(tooMuch.data(), 101); }),
-                  INFILEERROR::UnexpectedEnd);
     }
 }
 
-TEST(InFileTypedReads, BothByteOrdersAcrossBufferBoundaries) {
-    std::string bytes;
-    for (int i = 0; i < 40; ++i) bytes.push_back(static_cast<char>(0x81 + i * 3));
-    auto at = [&](size_t i) { return static_cast<uint32_t>(static_cast<uint8_t>(bytes[i])); };
-    for (size_t bufferSize : {1, 2, 3, 5, 7, 0}) {
-        SCOPED_TRACE(testing::Message() << "buffer " << bufferSize);
-        auto in = InFile::overMemory(bytesOf(bytes), bufferSize);
-        size_t p = 0;
-        EXPECT_EQ(in->readByte(), at(0));
-        p = 1;
-        for (int round = 0; round < 3; ++round) {
-            EXPECT_EQ(in->readLE16(), at(p) | at(p + 1) << 8);
-            p += 2;
-            EXPECT_EQ(in->readBE16(), at(p) << 8 | at(p + 1));
-            p += 2;
-            EXPECT_EQ(in->readLE32(), at(p) | at(p + 1) << 8 | at(p + 2) << 16 | at(p + 3) << 24);
-            p += 4;
-            EXPECT_EQ(in->readBE32(), at(p) << 24 | at(p + 1) << 16 | at(p + 2) << 8 | at(p + 3));
-            p += 4;
-        }
-        EXPECT_EQ(in->tell(), static_cast<int64_t>(p));
-    }
-}
-
-TEST(InFileSeek, WithinAndOutsideTheBufferReadsTheRightBytes) {
+TEST(InFileSeek, InsideAndOutsideTheBufferAndFromTheOrigin) {
     TempDir dir;
     const std::string content = patternFile(1000);
     const auto path = dir.write("thousand.bin", content);
-    const int64_t targets[] = {500, 3, 999, 0, 10, 9, 8, 600, 601, 40, 999, 1};
+    auto at = [&](size_t i) { return static_cast<uint8_t>(content[i]); };
     for (size_t bufferSize : {7, 64, 0}) {
         SCOPED_TRACE(testing::Message() << "buffer " << bufferSize);
         InFile in(bufferSize);
         in.open(path);
-        for (int64_t p : targets) {
+        for (int64_t p : {500, 3, 999, 0, 10, 9, 600, 40}) {
             in.seek(p);
             EXPECT_EQ(in.tell(), p);
-            EXPECT_EQ(in.readByte(), static_cast<uint8_t>(content[p])) << "at " << p;
+            EXPECT_EQ(in.readByte(), at(p)) << "at " << p;
         }
         in.seek(20);
         in.skip(30);
-        EXPECT_EQ(in.readByte(), static_cast<uint8_t>(content[50]));
-
+        EXPECT_EQ(in.readByte(), at(50));
         in.seek(5000);  // past the end: only a read fails
         EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::UnexpectedEnd);
-        in.seek(998);
-        EXPECT_EQ(in.readBE16(),
-                  static_cast<uint8_t>(content[998]) << 8 | static_cast<uint8_t>(content[999]));
-    }
-}
+        in.seek(-1);  // before the start of the file
+        EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::SeekFailed);
 
-TEST(InFileSeek, PositionsCountFromTheOrigin) {
-    TempDir dir;
-    const std::string content = patternFile(1000);
-    const auto path = dir.write("embedded.bin", content);
-    for (size_t bufferSize : {7, 64, 0}) {
-        SCOPED_TRACE(testing::Message() << "buffer " << bufferSize);
-        InFile in(bufferSize);
-        in.open(path);
-        char skipped[120];
-        in.read(skipped, sizeof skipped);  // the origin lies in the buffered data or behind it
-
+        in.seek(119);  // the origin lies in the buffered data or behind it
+        in.readByte();
         in.setOrigin(100);
         in.seek(0);
-        EXPECT_EQ(in.readByte(), static_cast<uint8_t>(content[100]));
+        EXPECT_EQ(in.readByte(), at(100));
         EXPECT_EQ(in.tell(), 1);
-        in.seek(50);
-        EXPECT_EQ(in.readByte(), static_cast<uint8_t>(content[150]));
         in.seek(-1);  // before the origin, still inside the file
-        EXPECT_EQ(in.readByte(), static_cast<uint8_t>(content[99]));
-        in.rewind();
-        EXPECT_EQ(in.readByte(), static_cast<uint8_t>(content[100]));
-        in.seek(899);
-        EXPECT_EQ(in.readByte(), static_cast<uint8_t>(content[999]));
+        EXPECT_EQ(in.readByte(), at(99));
+        in.seek(898);
+        EXPECT_EQ(in.readBE16(), at(998) << 8 | at(999));
         EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::UnexpectedEnd);
-        EXPECT_EQ(in.size(), 1000u);
-
-        in.setOrigin(700);
-        in.seek(10);
-        EXPECT_EQ(in.readByte(), static_cast<uint8_t>(content[710]));
     }
-}
-
-TEST(InFileSeek, PositionsBeforeTheStartOfTheFileFailOnTheNextRead) {
-    TempDir dir;
-    const auto path = dir.write("short.bin", patternFile(50));
-    for (int64_t p : {-1, -2, -7, -1000}) {
-        SCOPED_TRACE(testing::Message() << "position " << p);
-        InFile in(16);
-        in.open(path);
-        in.seek(20);
-        in.readByte();
-        in.seek(p);
-        EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::SeekFailed);
-        EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::SeekFailed);
-        in.seek(7);  // a good position reads again
-        EXPECT_EQ(in.readByte(), static_cast<uint8_t>(patternFile(50)[7]));
-
-        auto memory = InFile::overMemory(bytesOf(patternFile(50)), 16);
-        memory->seek(p);
-        EXPECT_EQ(thrownBy<INFILEERROR>([&] { memory->readByte(); }), INFILEERROR::SeekFailed);
-    }
+    auto memory = InFile::overMemory(bytesOf(content), 16);
+    memory->seek(-1000);
+    EXPECT_EQ(thrownBy<INFILEERROR>([&] { memory->readByte(); }), INFILEERROR::SeekFailed);
 }
 
 TEST(InFileResize, KeepsUnreadBytesAndClampsTheSize) {
@@ -267,9 +168,8 @@ TEST(InFileResize, KeepsUnreadBytesAndClampsTheSize) {
         size_t initial, consumed, requested, expected;
     };
     const Case cases[] = {
-        {4096, 1, 0, 32768},         {4096, 1, 100000, 65536}, {4096, 1, 65536, 65536},
-        {4096, 1, 100, 4095},        {16, 1, 8, 15},           {16, 16, 8, 8},
-        {100000, 10, 100000, 99990}, {100000, 10, 0, 99990},   {300, 299, 1, 1},
+        {4096, 1, 0, 32768}, {4096, 1, 100000, 65536}, {16, 1, 8, 15},
+        {16, 16, 8, 8},      {100000, 10, 0, 99990},   {300, 299, 1, 1},
     };
     TempDir dir;
     const std::string content = patternFile(250000);
@@ -286,7 +186,6 @@ TEST(InFileResize, KeepsUnreadBytesAndClampsTheSize) {
 
         EXPECT_EQ(in.bufferSize(), c.expected);
         EXPECT_EQ(in.tell(), static_cast<int64_t>(c.consumed));
-        // The kept bytes, then at least one refill into the new buffer.
         const size_t more = c.expected + 1000;
         got.resize(c.consumed + more);
         in.read(got.data() + c.consumed, more);
@@ -296,23 +195,11 @@ TEST(InFileResize, KeepsUnreadBytesAndClampsTheSize) {
 
 TEST(InFileOpen, FailuresNameTheirCause) {
     TempDir dir;
-    std::filesystem::create_directory(dir / "folder");
-    struct Case {
-        std::string name;
-        INFILEERROR error;
-    };
-    const Case cases[] = {
-        {(dir / "folder").string(), INFILEERROR::IsDirectory},
-        {dir.path().string(), INFILEERROR::IsDirectory},
-        {(dir / "missing.gif").string(), INFILEERROR::OpenFailed},
-        {(dir / "folder" / "missing" / "a.gif").string(), INFILEERROR::OpenFailed},
-        {"", INFILEERROR::OpenFailed},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        InFile in;
-        EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.open(c.name); }), c.error);
-    }
+    InFile in;
+    EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.open(dir.path()); }), INFILEERROR::IsDirectory);
+    EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.open(dir / "missing.gif"); }),
+              INFILEERROR::OpenFailed);
+    EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.open(""); }), INFILEERROR::OpenFailed);
 }
 
 TEST(GrowingFile, ReadsWhatAWriterAppendsUntilTheFileStopsGrowing) {
@@ -339,7 +226,6 @@ TEST(GrowingFile, ReadsWhatAWriterAppendsUntilTheFileStopsGrowing) {
     });
     writer.join();
     EXPECT_EQ(error, INFILEERROR::UnexpectedEnd);
-    EXPECT_EQ(got.size(), expected.size());
     EXPECT_TRUE(got == expected);
 }
 
@@ -355,24 +241,8 @@ TEST(GrowingFile, WithoutAWaitingOwnerTheEndComesAtOnce) {
         in.open(path);
         char all[10];
         in.read(all, 10);
-        const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::UnexpectedEnd);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
     }
-}
-
-TEST(GrowingFile, AStalledFileEndsAfterTheConfiguredNumberOfPauses) {
-    TempDir dir;
-    const auto path = dir.write("stalled.bin", "abc");
-    const std::atomic<bool> waiting{true};
-    GrowingFileDevice device(&waiting, 3, 20ms);
-    InFile in(0, &device);
-    in.open(path);
-    char all[3];
-    in.read(all, 3);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(thrownBy<INFILEERROR>([&] { in.readByte(); }), INFILEERROR::UnexpectedEnd);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 60ms);
 }
 
 }  // namespace

@@ -36,15 +36,19 @@ std::set<std::string> namesIn(const std::filesystem::path& folder) {
     return names;
 }
 
-TEST(OutFileWrites, TypedValuesLandInTheirByteOrderWhateverTheBufferSize) {
-    const std::string round("\xAA\x34\x12\x12\x34\xEF\xCD\xAB\x89\x89\xAB\xCD\xEF", 13);
+TEST(OutFileWrites, TypedValuesAndPatchesLandWhateverTheBufferSize) {
+    const std::string round(
+        "\xAA\x34\x12\x12\x34\xEF\xCD\xAB\x89\x89\xAB\xCD\xEF"
+        "block",
+        18);
     for (size_t bufferSize : kBufferSizes) {
         SCOPED_TRACE(testing::Message() << "buffer " << bufferSize);
         TempDir dir;
-        std::string expected;
+        std::string expected("\x00\x00\x00\x00", 4);
         {
             OutFile out(bufferSize);
             out.attach(createFile(dir / "typed.bin"));
+            out.writeLE32(0);  // a length learnt later
             for (int i = 0; i < 10; ++i) {
                 out.writeByte(0xAA);
                 out.writeLE16(0x1234);
@@ -52,44 +56,25 @@ TEST(OutFileWrites, TypedValuesLandInTheirByteOrderWhateverTheBufferSize) {
                 out.writeLE32(0x89ABCDEF);
                 out.writeBE32(0x89ABCDEF);
                 out.write("block", 5);
-                expected += round + "block";
+                expected += round;
                 EXPECT_EQ(out.tell(), static_cast<int64_t>(expected.size()));
             }
-            out.close();
-        }
-        EXPECT_EQ(readWholeFile(dir / "typed.bin"), expected);
-    }
-}
-
-TEST(OutFileWrites, SeekingBackPatchesAndKeepsEverythingElse) {
-    for (size_t bufferSize : kBufferSizes) {
-        SCOPED_TRACE(testing::Message() << "buffer " << bufferSize);
-        TempDir dir;
-        std::string data;
-        for (int i = 0; i < 100; ++i) data.push_back(static_cast<char>('a' + i % 26));
-        {
-            OutFile out(bufferSize);
-            out.attach(createFile(dir / "patched.bin"));
-            out.writeLE32(0);  // a length learnt later
-            out.write(data.data(), data.size());
             const int64_t end = out.tell();
             out.seek(0);
-            out.writeLE32(static_cast<uint32_t>(data.size()));
-            out.seek(50);
-            out.writeBE16(0x5859);  // "XY" in the middle of the data
+            out.writeLE32(static_cast<uint32_t>(end));
+            out.seek(100);
+            out.writeBE16(0x5859);  // "XY" in the middle
             out.seek(end);
-            EXPECT_EQ(out.tell(), end);
             out.write("tail", 4);
             out.close();
         }
-        std::string expected = std::string("\x64\0\0\0", 4) + data + "tail";
-        expected[50] = 'X';
-        expected[51] = 'Y';
-        EXPECT_EQ(readWholeFile(dir / "patched.bin"), expected);
+        expected[0] = static_cast<char>(expected.size());
+        expected.replace(100, 2, "XY");
+        EXPECT_EQ(readWholeFile(dir / "typed.bin"), expected + "tail");
     }
 }
 
-TEST(OutFileWrites, AttachContinuesAtTheDescriptorsPosition) {
+TEST(OutFileWrites, AttachContinuesAtTheDescriptorsPositionAndRefusesAPipe) {
     TempDir dir;
     int fd = createFile(dir / "continued.bin");
     ASSERT_EQ(::write(fd, "abc", 3), 3);
@@ -99,6 +84,13 @@ TEST(OutFileWrites, AttachContinuesAtTheDescriptorsPosition) {
     out.write("def", 3);
     out.close();
     EXPECT_EQ(readWholeFile(dir / "continued.bin"), "abcdef");
+
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    EXPECT_EQ(thrownBy<OUTFILEERROR>([&] { OutFile().attach(ends[1], false); }),
+              OUTFILEERROR::SeekFailed);
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 TEST(OutFileFailures, EachFailureIsClassifiedByItsCause) {
@@ -110,15 +102,13 @@ TEST(OutFileFailures, EachFailureIsClassifiedByItsCause) {
         size_t bytes;  // written before flushing; more than the buffer fails in write()
         OUTFILEERROR error;
     };
+    auto full = [](const auto&) { return ::open("/dev/full", O_WRONLY); };
+    auto readOnly = [](const auto& p) { return ::open(p.c_str(), O_RDONLY); };
     const Case cases[] = {
-        {"no space on the device", [](const auto&) { return ::open("/dev/full", O_WRONLY); }, 10,
-         OUTFILEERROR::DiskFull},
-        {"no space, found while writing", [](const auto&) { return ::open("/dev/full", O_WRONLY); },
-         100, OUTFILEERROR::DiskFull},
-        {"descriptor opened for reading", [](const auto& p) { return ::open(p.c_str(), O_RDONLY); },
-         10, OUTFILEERROR::WriteFailed},
-        {"descriptor opened for reading, found while writing",
-         [](const auto& p) { return ::open(p.c_str(), O_RDONLY); }, 100, OUTFILEERROR::WriteFailed},
+        {"no space, found at flush", full, 10, OUTFILEERROR::DiskFull},
+        {"no space, found while writing", full, 100, OUTFILEERROR::DiskFull},
+        {"opened for reading, found at flush", readOnly, 10, OUTFILEERROR::WriteFailed},
+        {"opened for reading, found while writing", readOnly, 100, OUTFILEERROR::WriteFailed},
     };
     const std::string bytes(100, 'z');
     for (const Case& c : cases) {
@@ -136,56 +126,17 @@ TEST(OutFileFailures, EachFailureIsClassifiedByItsCause) {
     EXPECT_EQ(readWholeFile(existing), "data");
 }
 
-TEST(OutFileFailures, ADescriptorWithoutAPositionIsRefusedAtAttach) {
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    OutFile out;
-    EXPECT_EQ(thrownBy<OUTFILEERROR>([&] { out.attach(ends[1], false); }),
-              OUTFILEERROR::SeekFailed);
-    ::close(ends[0]);
-    ::close(ends[1]);
-}
-
-TEST(SafeOutFile, CommitPutsTheContentUnderTheTargetName) {
-    TempDir dir;
-    dir.write("other.txt", "x");
-    {
-        SafeOutFile file(dir / "out.bin", 16);
-        file.out().write("0123456789abcdefghij", 20);
-        file.out().writeLE16(0x2122);
-        EXPECT_FALSE(std::filesystem::exists(dir / "out.bin"));
-        file.commit();
-    }
-    EXPECT_EQ(readWholeFile(dir / "out.bin"), "0123456789abcdefghij\x22\x21");
-    EXPECT_EQ(namesIn(dir.path()), (std::set<std::string>{"other.txt", "out.bin"}));
-}
-
 TEST(SafeOutFile, WithoutCommitNothingIsLeftAndAnExistingTargetIsUntouched) {
-    struct Case {
-        const char* what;
-        bool targetExists;
-        bool flushed;
-    };
-    const Case cases[] = {
-        {"new target, buffered only", false, false},
-        {"new target, partly written", false, true},
-        {"existing target, partly written", true, true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        TempDir dir;
-        if (c.targetExists) dir.write("image.gif", "the original");
-        const auto before = namesIn(dir.path());
-        {
-            SafeOutFile file(dir / "image.gif");
-            file.out().write("half an image", 13);
-            if (c.flushed) file.out().flush();
-        }
-        EXPECT_EQ(namesIn(dir.path()), before);
-        if (c.targetExists) {
-            EXPECT_EQ(readWholeFile(dir / "image.gif"), "the original");
-        }
+    TempDir dir;
+    dir.write("image.gif", "the original");
+    for (const char* name : {"image.gif", "new.gif"}) {
+        SafeOutFile file(dir / name);
+        file.out().write("half an image", 13);
+        file.out().flush();
     }
+    SafeOutFile(dir / "buffered.gif").out().write("buffered only", 13);
+    EXPECT_EQ(namesIn(dir.path()), std::set<std::string>{"image.gif"});
+    EXPECT_EQ(readWholeFile(dir / "image.gif"), "the original");
 }
 
 TEST(SafeOutFile, UncreatableTargetsAreCannotCreate) {
@@ -200,32 +151,33 @@ TEST(SafeOutFile, UncreatableTargetsAreCannotCreate) {
     EXPECT_TRUE(std::filesystem::is_empty(dir / "folder"));
 }
 
-TEST(SafeOutFile, ReplacingATargetKeepsItsPermissions) {
+TEST(SafeOutFile, CommitPutsTheContentUnderTheTargetNameKeepingItsPermissions) {
     const mode_t umaskNow = ::umask(0);
     ::umask(umaskNow);
-    for (mode_t mode : {0600, 0640, 0644, 0666, 0755, 0444}) {
-        SCOPED_TRACE(testing::Message() << std::oct << mode);
+    struct Case {
+        mode_t mode;  // of the existing target; 0: none
+        mode_t expected;
+    };
+    for (const Case& c : {Case{0600, 0600}, Case{0444, 0444}, Case{0, 0666 & ~umaskNow}}) {
+        SCOPED_TRACE(testing::Message() << std::oct << c.mode);
         TempDir dir;
-        const auto target = dir.write("kept.bin", "old");
-        ASSERT_EQ(::chmod(target.c_str(), mode), 0);
+        const auto target = dir / "out.bin";
+        if (c.mode != 0) {
+            dir.write("out.bin", "old");
+            ASSERT_EQ(::chmod(target.c_str(), c.mode), 0);
+        }
         {
-            SafeOutFile file(target);
-            file.out().write("new", 3);
+            SafeOutFile file(target, 16);
+            file.out().write("0123456789abcdefghij", 20);
+            EXPECT_EQ(std::filesystem::exists(target), c.mode != 0);
             file.commit();
         }
         struct stat st;
         ASSERT_EQ(::stat(target.c_str(), &st), 0);
-        EXPECT_EQ(st.st_mode & 07777, mode);
-        EXPECT_EQ(readWholeFile(target), "new");
+        EXPECT_EQ(st.st_mode & 07777, c.expected);
+        EXPECT_EQ(readWholeFile(target), "0123456789abcdefghij");
+        EXPECT_EQ(namesIn(dir.path()), std::set<std::string>{"out.bin"});
     }
-    TempDir dir;
-    {
-        SafeOutFile file(dir / "fresh.bin");
-        file.commit();
-    }
-    struct stat st;
-    ASSERT_EQ(::stat((dir / "fresh.bin").c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, 0666 & ~umaskNow);
 }
 
 }  // namespace
