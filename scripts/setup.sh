@@ -11,6 +11,9 @@ packages=(
   libcli11-dev
   clang libclang-rt-14-dev clang-format
   zlib1g-dev libpng-dev libgif-dev libdeflate-dev
+  ccache
+  netpbm imagemagick libtiff-tools giflib-tools uudeview sharutils
+  ghostscript poppler-utils xvfb x11-apps
 )
 
 missing=()
