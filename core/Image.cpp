@@ -47,41 +47,10 @@ uint32_t nextImageSerial() {
     return serial;
 }
 
-Image::Image() : serial_(nextImageSerial()) {}
+Image::Image() = default;
 
 Image::Image(uint32_t width, uint32_t height, uint32_t bitsPerPixel, bool clear)
-    : plane(width, height, bitsPerPixel, clear), serial_(nextImageSerial()) {}
-
-Image::Image(const Image& other)
-    : plane(other.plane),
-      palette(other.palette),
-      paletteExtra(other.paletteExtra),
-      paletteCount(other.paletteCount),
-      colourCount(other.colourCount),
-      loadMessage(other.loadMessage),
-      loadMode(other.loadMode),
-      pageNumber(other.pageNumber),
-      pageCount(other.pageCount),
-      formatTag(other.formatTag),
-      resolution(other.resolution),
-      comment(other.comment),
-      exif(other.exif),
-      keepInfo(other.keepInfo),
-      keepComment(other.keepComment),
-      info(other.info),
-      animation(other.animation),
-      secondPlane(other.secondPlane),
-      scaleX(other.scaleX),
-      scaleY(other.scaleY),
-      serial_(nextImageSerial()) {}
-
-Image& Image::operator=(const Image& other) {
-    if (this != &other) {
-        Image copy(other);
-        *this = std::move(copy);
-    }
-    return *this;
-}
+    : plane(width, height, bitsPerPixel, clear) {}
 
 void Image::copyPaletteTo(Colour* destination, unsigned count) const {
     if (!hasPalette() || count == 0) return;

@@ -44,13 +44,32 @@ namespace vivark {
 // The next value of the process-wide image serial counter (never 0).
 uint32_t nextImageSerial();
 
+// An image's serial. Copying draws a new one (a copy may be changed apart from
+// its original); moving hands the serial over with the content. Being a member
+// type of its own, it lets Image copy every other member by construction.
+class ImageSerial {
+  public:
+    ImageSerial() : value_(nextImageSerial()) {}
+    ImageSerial(const ImageSerial&) : value_(nextImageSerial()) {}
+    ImageSerial& operator=(const ImageSerial&) {
+        value_ = nextImageSerial();
+        return *this;
+    }
+    ImageSerial(ImageSerial&&) noexcept = default;
+    ImageSerial& operator=(ImageSerial&&) noexcept = default;
+    uint32_t value() const { return value_; }
+
+  private:
+    uint32_t value_;
+};
+
 class Image {
   public:
     Image();
     // An image with a new plane (zeroed when `clear` is set) and a cleared palette.
     Image(uint32_t width, uint32_t height, uint32_t bitsPerPixel, bool clear = true);
-    Image(const Image& other);
-    Image& operator=(const Image& other);
+    Image(const Image& other) = default;
+    Image& operator=(const Image& other) = default;
     Image(Image&& other) noexcept = default;
     Image& operator=(Image&& other) noexcept = default;
 
@@ -64,7 +83,7 @@ class Image {
         loadMode = request.loadMode;
     }
 
-    uint32_t serial() const { return serial_; }
+    uint32_t serial() const { return serial_.value(); }
     uint32_t width() const { return plane.width(); }
     uint32_t height() const { return plane.height(); }
     uint32_t bitsPerPixel() const { return plane.bitsPerPixel(); }
@@ -115,7 +134,7 @@ class Image {
     double scaleY = 1.0;
 
   private:
-    uint32_t serial_;
+    ImageSerial serial_;
 };
 
 }  // namespace vivark

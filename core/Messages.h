@@ -1,9 +1,10 @@
 // Message identifiers and the string table of the system's own messages.
 //
 // Every failure the user reads is a message identifier from 11000 on; the
-// texts are the system's words and are shown as they stand. Identifiers that
-// other components name (the JPEG, PNG and ZIP ranges) are fixed; the rest are
-// assigned here once. Texts holding "%s" take a file name (formatMessage).
+// texts are the system's words and are shown as they stand; the identifiers
+// are fixed. The names below are those the core, the codecs and several
+// formats share; a format family names its own identifiers in its folder.
+// Texts holding "%s" take a file name (formatMessage).
 //
 // The JPEG library's own messages (11041 to 11107) are not in this table: the
 // JPEG adapter registers a provider that looks them up in the library at run
@@ -41,59 +42,14 @@ inline constexpr MessageId JpegLibraryFirst = 11041;  // the JPEG library's mess
 inline constexpr MessageId JpegLibraryLast = 11107;
 inline constexpr MessageId JpegBadHeader = 11108;
 inline constexpr MessageId JpegNotTablesOnly = 11109;
-inline constexpr MessageId PngFirst = 11110;  // PNGERROR v is PngFirst + v, v = 0..18
 inline constexpr MessageId CcittData = 11129;
 inline constexpr MessageId PackBitsData = 11130;
 inline constexpr MessageId LzwData = 11131;
 inline constexpr MessageId ZipFirst = 11169;  // ZIPERROR v is ZipFirst + v, v = 0..7
-inline constexpr MessageId BmpOverrun = 11177;
 inline constexpr MessageId UnsupportedCompression = 11178;
-inline constexpr MessageId FitsNaxis = 11179;
-inline constexpr MessageId FitsBitpix = 11180;
-inline constexpr MessageId GifPrematureEnd = 11181;
-inline constexpr MessageId GifNoColourMap = 11182;
-inline constexpr MessageId GifBadCodeSize = 11183;
-inline constexpr MessageId IffFirst = 11184;  // IFFERROR v is IffFirst + v, v = 0..11
-inline constexpr MessageId ImgPlanes = 11196;
-inline constexpr MessageId MspNotMsp = 11197;
-inline constexpr MessageId PcdBase = 11197;  // PCDERROR v (1..9) is PcdBase + v
-inline constexpr MessageId PsdDepth = 11207;
-inline constexpr MessageId PsdColourMode = 11208;
-inline constexpr MessageId PsdCompression = 11209;
 inline constexpr MessageId ColourMapTooLarge = 11210;
 inline constexpr MessageId UnsupportedChannels = 11211;
 inline constexpr MessageId UnsupportedBitCount = 11212;
-inline constexpr MessageId RasType = 11213;
-inline constexpr MessageId RasMapType = 11214;
-inline constexpr MessageId SffNoPageHeader = 11215;
-inline constexpr MessageId SffCoding = 11216;
-inline constexpr MessageId SgiMapOnly = 11217;
-inline constexpr MessageId SgiColourType = 11218;
-inline constexpr MessageId SgiStorage = 11219;
-inline constexpr MessageId SgiChannelSize = 11220;
-inline constexpr MessageId TgaMapFormat = 11221;
-inline constexpr MessageId TiffDataType = 11222;
-inline constexpr MessageId TiffFillOrder = 11223;
-inline constexpr MessageId TiffInvalid = 11224;
-inline constexpr MessageId TiffZeroBits = 11225;
-inline constexpr MessageId TiffSamples = 11226;
-inline constexpr MessageId TiffPhotometric = 11227;
-inline constexpr MessageId TiffNoPhotometric = 11228;
-inline constexpr MessageId TiffPredictor = 11229;
-inline constexpr MessageId TiffPlanar = 11230;
-inline constexpr MessageId TiffJpeg = 11231;
-inline constexpr MessageId WpgNoRaster = 11232;
-inline constexpr MessageId XpmHeader = 11233;
-inline constexpr MessageId XpmColourMap = 11234;
-inline constexpr MessageId XpmUnknownColour = 11235;
-inline constexpr MessageId XpmUnknownPixel = 11236;
-inline constexpr MessageId XwdImageData = 11237;
-inline constexpr MessageId XwdByteOrder = 11238;
-inline constexpr MessageId XwdBitOrder = 11239;
-inline constexpr MessageId XwdUnit = 11240;
-inline constexpr MessageId XwdFormat = 11241;
-inline constexpr MessageId XwdBitmask = 11242;
-inline constexpr MessageId XwdNoColourMap = 11243;
 inline constexpr MessageId PalSignature = 11244;
 inline constexpr MessageId PalData = 11245;
 inline constexpr MessageId ImageTooLarge = 11258;

@@ -9,6 +9,8 @@
 #include <filesystem>
 
 #include "formats/SaveDispatch.h"
+#include "formats/bmp/BmpFormat.h"
+#include "formats/pnm/PnmFormat.h"
 
 using namespace vivark;
 

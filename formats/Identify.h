@@ -1,4 +1,4 @@
-// The identify tests of every readable format.
+// The contract of every format's identify test.
 //
 // Each test reads from the file's current origin (position 0), decides from
 // the first bytes alone whether the content is of its format and, when it is
@@ -9,8 +9,8 @@
 // read an unknown amount (GIF extensions, PNG and IFF chunks, TIFF entries)
 // stop after a fixed number of steps.
 //
-// The tests live in their format families' folders; this header gathers their
-// declarations for the format table.
+// The tests live in their format families' folders and are declared in each
+// family's *Format.h; the family's entry (FormatTable.h) names its test.
 #pragma once
 
 #include "core/InFile.h"
@@ -18,38 +18,6 @@
 
 namespace vivark {
 
-bool identifyGif(InFile& file, FormatInfo* info);
-bool identifyJpeg(InFile& file, FormatInfo* info);
-bool identifyPng(InFile& file, FormatInfo* info);
-bool identifyTiff(InFile& file, FormatInfo* info);
-bool identifyPsd(InFile& file, FormatInfo* info);
-bool identifyBmp(InFile& file, FormatInfo* info);
-bool identifyPcx(InFile& file, FormatInfo* info);
-bool identifyDcx(InFile& file, FormatInfo* info);
-bool identifyIff(InFile& file, FormatInfo* info);
-bool identifyPcd(InFile& file, FormatInfo* info);
-bool identifySlideShow(InFile& file, FormatInfo* info);
-bool identifySff(InFile& file, FormatInfo* info);
-bool identifySfw(InFile& file, FormatInfo* info);
-bool identifySgi(InFile& file, FormatInfo* info);
-bool identifyCompuserveRle(InFile& file, FormatInfo* info);
-bool identifyUtahRle(InFile& file, FormatInfo* info);
-bool identifySunRaster(InFile& file, FormatInfo* info);
-bool identifyPnm(InFile& file, FormatInfo* info);
-bool identifyPictor(InFile& file, FormatInfo* info);
-bool identifySoftimage(InFile& file, FormatInfo* info);
-bool identifyMsp(InFile& file, FormatInfo* info);
-bool identifyGem(InFile& file, FormatInfo* info);
-bool identifyWpg(InFile& file, FormatInfo* info);
-bool identifyXwd(InFile& file, FormatInfo* info);
-bool identifyTga(InFile& file, FormatInfo* info);
-bool identifyFits(InFile& file, FormatInfo* info);
-bool identifyXpm(InFile& file, FormatInfo* info);
-bool identifyXbm(InFile& file, FormatInfo* info);
-bool identifyWbmp(InFile& file, FormatInfo* info);
-bool identifyBootLogo(InFile& file, FormatInfo* info);
-bool identifyPicb(InFile& file, FormatInfo* info);
-bool identifyMacPaint(InFile& file, FormatInfo* info);
-bool identifyFax3(InFile& file, FormatInfo* info);
+using IdentifyFunction = bool (*)(InFile& file, FormatInfo* info);
 
 }  // namespace vivark

@@ -3,8 +3,8 @@
 
 #include <atomic>
 
-#include "core/ErrorMapping.h"
 #include "core/Errors.h"
+#include "formats/ErrorMessages.h"
 
 namespace vivark {
 namespace {
@@ -79,14 +79,6 @@ const FormatEntry* scanEmbedded(InFile& file, uint32_t scanBytes, FormatInfo* in
     return nullptr;
 }
 
-// Replaces `image` by an empty one that keeps what the caller set up.
-void discardImage(Image& image, MessageId message) {
-    Image empty;
-    empty.keepRequestOf(image);
-    empty.loadMessage = message;
-    image = std::move(empty);
-}
-
 }  // namespace
 
 void setTextImageDecoder(TextImageDecoder decoder) {
@@ -97,9 +89,9 @@ TextImageDecoder textImageDecoder() {
     return gTextImageDecoder.load();
 }
 
-const FormatEntry* findFormat(InFile& file, const Image& image, FormatInfo* info,
+const FormatEntry* findFormat(InFile& file, int32_t loadMode, FormatInfo* info,
                               std::unique_ptr<InFile>* decoded) {
-    const bool quick = image.loadMode > 0;
+    const bool quick = loadMode > 0;
     if (const FormatEntry* entry = probeWithMacBinary(file, info)) return entry;
 
     if (TextImageDecoder decoder = textImageDecoder()) {
@@ -118,43 +110,41 @@ const FormatEntry* findFormat(InFile& file, const Image& image, FormatInfo* info
     return scanEmbedded(file, quick ? kQuickEmbeddedScanBytes : kEmbeddedScanBytes, info);
 }
 
-const FormatEntry* load(Image& image, InFile& file, const ReadOptions& options) {
-    image.loadMessage = msg::None;
-    const FormatEntry* entry = nullptr;
+LoadResult load(Image& image, InFile& file, const ReadOptions& options) {
+    LoadResult result;
     try {
         std::unique_ptr<InFile> decoded;
-        FormatInfo info;
-        entry = findFormat(file, image, &info, &decoded);
-        if (entry == nullptr) {
-            image.loadMessage = msg::UnrecognizedFormat;
-            return nullptr;
+        result.format = findFormat(file, options.loadMode, &result.info, &decoded);
+        if (result.format == nullptr) {
+            result.message = msg::UnrecognizedFormat;
+        } else if (result.format->formatTag == makeTag("SSHW")) {
+            result.message = msg::SlideShowList;
+        } else if (result.format->create == nullptr) {
+            result.message = msg::InvalidFile;
+        } else {
+            InFile& source = decoded != nullptr ? *decoded : file;
+            std::unique_ptr<ImageReader> reader = result.format->create(source);
+            source.rewind();
+            reader->read(image, options);
+            image.formatTag = result.info.formatTag;
+            result.completed = true;
         }
-        if (entry->formatTag == makeTag("SSHW")) {
-            image.loadMessage = msg::SlideShowList;
-            return entry;
-        }
-        if (entry->create == nullptr) {
-            image.loadMessage = msg::InvalidFile;
-            return entry;
-        }
-        InFile& source = decoded != nullptr ? *decoded : file;
-        std::unique_ptr<ImageReader> reader = entry->create(source);
-        source.rewind();
-        reader->read(image, options);
-        image.formatTag = info.formatTag;
     } catch (...) {
-        discardImage(image, loadMessageForCurrentException());
+        result.message = loadMessageForCurrentException(result.format);
     }
-    return entry;
+    image.loadMessage = result.message;
+    return result;
 }
 
-const FormatEntry* loadFile(Image& image, const std::string& path, const ReadOptions& options) {
+LoadResult loadFile(Image& image, const std::string& path, const ReadOptions& options) {
     InFile file;
     try {
         file.open(path);
     } catch (...) {
-        image.loadMessage = loadMessageForCurrentException();
-        return nullptr;
+        LoadResult result;
+        result.message = loadMessageForCurrentException();
+        image.loadMessage = result.message;
+        return result;
     }
     return load(image, file, options);
 }

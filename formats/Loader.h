@@ -3,9 +3,10 @@
 // The loader owns the search for a file's format beyond the plain probe of
 // the format table: a MacBinary header, an image encoded as text, an image
 // embedded in the first bytes of another file. It creates the reader of the
-// format found, lets it fill the Image and turns whatever was thrown into the
-// Image's loadMessage; a partly read image is discarded. Nothing escapes a
-// load: its outcome is loadMessage (msg::None on success).
+// format found, lets it read the image (ImageReader.h: the caller's Image is
+// replaced only by a complete read) and turns whatever was thrown into a
+// message. Nothing escapes a load: its outcome is the LoadResult, whose
+// message is also stored in the Image's loadMessage (msg::None on success).
 #pragma once
 
 #include <cstdint>
@@ -45,21 +46,30 @@ TextImageDecoder textImageDecoder();
 // the first bytes, found by its first four bytes ("GIF8", the PNG signature,
 // the two TIFF headers, "8BPS" or FF FF FF E0). On a match the file's origin
 // is where the image starts (the decoded stream's, for a text image) and the
-// position is 0; otherwise the origin is back where it was. `image` supplies
-// loadMode; `info` and `decoded` may be null.
-const FormatEntry* findFormat(InFile& file, const Image& image, FormatInfo* info,
+// position is 0; otherwise the origin is back where it was. A positive
+// `loadMode` searches less; `info` and `decoded` may be null.
+const FormatEntry* findFormat(InFile& file, int32_t loadMode, FormatInfo* info,
                               std::unique_ptr<InFile>* decoded = nullptr);
 
+// What a load found and how it ended.
+struct LoadResult {
+    const FormatEntry* format = nullptr;  // the format identified, or null
+    FormatInfo info;                      // what its identify test reported
+    MessageId message = msg::None;        // msg::None on success and on a cancel
+    bool completed = false;               // the image was read and replaced the caller's
+};
+
 // Loads the image of `file` into `image`: findFormat, then the format's reader
-// over the file positioned at the image's origin. loadMessage becomes:
+// over the file positioned at the image's origin. The message is:
 // msg::UnrecognizedFormat when no format is found; msg::SlideShowList for a
 // slide show list (no pixels are read); msg::InvalidFile when the format has
-// no reader; the mapped message of anything thrown (the image is then reset,
-// keeping its loadMode, page and keep flags). On success the image's
-// formatTag is the identified tag. Returns the format found, or null.
-const FormatEntry* load(Image& image, InFile& file, const ReadOptions& options);
+// no reader; the mapped message of anything thrown. On success `image` is the
+// new image and its formatTag the identified tag; otherwise only its
+// loadMessage changes. A cancelled load ends with msg::None and the image
+// unchanged.
+LoadResult load(Image& image, InFile& file, const ReadOptions& options);
 
-// Opens the named file and loads it; an open failure becomes loadMessage.
-const FormatEntry* loadFile(Image& image, const std::string& path, const ReadOptions& options);
+// Opens the named file and loads it; an open failure becomes the message.
+LoadResult loadFile(Image& image, const std::string& path, const ReadOptions& options);
 
 }  // namespace vivark

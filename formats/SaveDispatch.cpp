@@ -2,113 +2,16 @@
 // commit).
 #include "formats/SaveDispatch.h"
 
+#include <vector>
+
 #include "core/Errors.h"
 #include "core/SafeOutFile.h"
 #include "formats/DepthConvert.h"
-#include "formats/bmp/BmpWriter.h"
-#include "formats/gif/GifWriter.h"
-#include "formats/jpeg/JpegWriter.h"
-#include "formats/pcx/PcxWriter.h"
-#include "formats/png/PngWriter.h"
-#include "formats/pnm/PnmWriter.h"
-#include "formats/tga/TgaWriter.h"
+#include "formats/FormatTable.h"
 #include "ops/ColourReduce.h"
 
 namespace vivark {
 namespace {
-
-constexpr uint32_t depthSet(std::initializer_list<uint32_t> depths) {
-    uint32_t set = 0;
-    for (uint32_t d : depths) set |= 1u << d;
-    return set;
-}
-
-const WriterEntry kWriters[] = {
-    {"Graphics Interchange Format",
-     {"gif"},
-     {"gif"},
-     makeTag("GIF "),
-     depthSet({1, 4, 8}),
-     ColourNeed::Any,
-     writeGif},
-    {"Windows Bitmap",
-     {"bmp", "windows-bitmap"},
-     {"bmp", "dib"},
-     makeTag("BMPW"),
-     depthSet({1, 4, 8, 24}),
-     ColourNeed::Any,
-     writeWindowsBitmap},
-    {"OS/2 Bitmap",
-     {"os2bmp", "os2-bitmap"},
-     {},
-     makeTag("BMP "),
-     depthSet({1, 4, 8, 24}),
-     ColourNeed::Any,
-     writeOs2Bitmap},
-    {"ZSoft Paintbrush",
-     {"pcx"},
-     {"pcx"},
-     makeTag("PCX "),
-     depthSet({1, 4, 8, 24}),
-     ColourNeed::Any,
-     writePcx},
-    {"DCA/Intel DCX",
-     {"dcx"},
-     {"dcx"},
-     makeTag("DCX "),
-     depthSet({1, 4, 8, 24}),
-     ColourNeed::Any,
-     writeDcx},
-    {"Truevision Targa",
-     {"tga", "targa"},
-     {"tga"},
-     makeTag("TGA "),
-     depthSet({1, 4, 8, 24}),
-     ColourNeed::Any,
-     writeTga},
-    {"PBMPlus Portable Bitmap",
-     {"pbm"},
-     {"pbm"},
-     makeTag("PBM "),
-     depthSet({1}),
-     ColourNeed::BlackAndWhite,
-     writePortableBitmap},
-    {"PBMPlus Portable Graymap",
-     {"pgm"},
-     {"pgm"},
-     makeTag("PGM "),
-     depthSet({8}),
-     ColourNeed::Grey,
-     writePortableGraymap},
-    {"PBMPlus Portable Pixmap",
-     {"ppm"},
-     {"ppm"},
-     makeTag("PPM "),
-     depthSet({24}),
-     ColourNeed::Any,
-     writePortablePixmap},
-    {"PBMPlus Portable Anymap",
-     {"pnm"},
-     {"pnm"},
-     makeTag("PNM "),
-     depthSet({1, 4, 8, 24}),
-     ColourNeed::Any,
-     writePortableAnymap},
-    {"JPEG File Interchange Format",
-     {"jpg", "jpeg", "jfif"},
-     {"jpg", "jpeg", "jfif"},
-     makeTag("JFIF"),
-     depthSet({8, 24}),
-     ColourNeed::Any,
-     writeJfif},
-    {"Portable Network Graphics",
-     {"png"},
-     {"png"},
-     makeTag("PNG "),
-     depthSet({1, 4, 8, 24}),
-     ColourNeed::Any,
-     writePng},
-};
 
 bool sameIgnoringCase(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
@@ -121,41 +24,46 @@ bool sameIgnoringCase(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-std::span<const WriterEntry> writerTable() {
-    return kWriters;
+std::span<const WriterEntry* const> writerTable() {
+    static const std::vector<const WriterEntry*> writers = [] {
+        std::vector<const WriterEntry*> list;
+        for (const FormatEntry* entry : formatTable())
+            for (const WriterEntry& writer : entry->writers) list.push_back(&writer);
+        return list;
+    }();
+    return writers;
 }
 
 const WriterEntry* findWriterByName(std::string_view name) {
-    for (const WriterEntry& w : kWriters) {
-        if (sameIgnoringCase(w.menuName, name)) return &w;
-        for (std::string_view s : w.shortNames)
-            if (sameIgnoringCase(s, name)) return &w;
+    for (const WriterEntry* w : writerTable()) {
+        if (sameIgnoringCase(w->menuName, name)) return w;
+        for (std::string_view s : w->shortNames)
+            if (sameIgnoringCase(s, name)) return w;
     }
     return nullptr;
 }
 
 const WriterEntry* findWriterByExtension(std::string_view extension) {
     if (!extension.empty() && extension.front() == '.') extension.remove_prefix(1);
-    for (const WriterEntry& w : kWriters)
-        for (std::string_view e : w.extensions)
-            if (sameIgnoringCase(e, extension)) return &w;
+    for (const WriterEntry* w : writerTable())
+        for (std::string_view e : w->extensions)
+            if (sameIgnoringCase(e, extension)) return w;
     return nullptr;
 }
 
 const WriterEntry* findWriterByTag(FormatTag tag) {
-    for (const WriterEntry& w : kWriters)
-        if (w.formatTag == tag) return &w;
+    for (const WriterEntry* w : writerTable())
+        if (w->formatTag == tag) return w;
     return nullptr;
 }
 
 namespace {
 
-// PCX and DCX take 24 bits only when the user enabled it.
+// A writer whose 24-bit form is optional takes 24 bits only when the user
+// enabled it.
 bool takesTrueColour(const WriterEntry& writer, const SaveOptions& options) {
     if (!writer.accepts(24)) return false;
-    if (writer.formatTag == makeTag("PCX ") || writer.formatTag == makeTag("DCX "))
-        return options.flag(saveKey::PcxEnable24bit);
-    return true;
+    return writer.trueColourKey.empty() || options.flag(writer.trueColourKey);
 }
 
 // The widest palette depth the writer takes, 0 when none.

@@ -1,8 +1,7 @@
-// The save dispatch: the one table of writers and the save sequence.
+// The save dispatch: the writers of the registry's entries and the save
+// sequence.
 //
-// Each WriterEntry names its format as the converter's menu does ("Windows
-// Bitmap"), gives short names and file extensions for the command line, its
-// format tag, the depths its write function takes and the colours it needs.
+// The writers are declared by their format families (WriterEntry.h).
 // saveImage() converts the image where the writer needs another depth
 // (convertForWriter), then writes it through a SafeOutFile: the target
 // appears only when complete, and a failure or a cancel leaves nothing.
@@ -23,7 +22,6 @@
 #pragma once
 
 #include <filesystem>
-#include <initializer_list>
 #include <span>
 #include <string_view>
 
@@ -32,29 +30,12 @@
 #include "core/OutFile.h"
 #include "core/Progress.h"
 #include "formats/SaveOptions.h"
+#include "formats/WriterEntry.h"
 
 namespace vivark {
 
-using WriteFunction = void (*)(const Image&, OutFile&, const SaveOptions&, ProgressCallback*);
-
-// What a format needs of a palette image's colours.
-enum class ColourNeed : uint8_t { Any, Grey, BlackAndWhite };
-
-struct WriterEntry {
-    std::string_view menuName;                           // "Windows Bitmap"
-    std::initializer_list<std::string_view> shortNames;  // "bmp"
-    std::initializer_list<std::string_view> extensions;  // without the dot
-    FormatTag formatTag;
-    uint32_t depths;  // bit n set: n bits per pixel accepted
-    ColourNeed colourNeed;
-    WriteFunction write;
-
-    bool accepts(uint32_t bitsPerPixel) const {
-        return bitsPerPixel < 32 && (depths >> bitsPerPixel & 1) != 0;
-    }
-};
-
-std::span<const WriterEntry> writerTable();
+// Every writer of the registry's entries, in registry order.
+std::span<const WriterEntry* const> writerTable();
 
 // Lookups, ignoring case; null when none matches.
 const WriterEntry* findWriterByName(std::string_view menuOrShortName);

@@ -3,48 +3,17 @@
 
 #include <charconv>
 #include <variant>
+#include <vector>
 
-#include "app/settings/SettingKeys.h"
+#include "formats/FormatTable.h"
 
 namespace vivark {
 namespace {
 
-constexpr SaveOptionKey kKeys[] = {
-    {saveKey::WindowsBitmapEncode, SaveOptionKind::Boolean, 0},
-    {saveKey::Os2BitmapFormat, SaveOptionKind::Integer, 0},
-    {saveKey::Os2BitmapEncode, SaveOptionKind::Boolean, 0},
-    {saveKey::PbmRawData, SaveOptionKind::Boolean, 1},
-    {saveKey::PgmRawData, SaveOptionKind::Boolean, 1},
-    {saveKey::PpmRawData, SaveOptionKind::Boolean, 1},
-    {saveKey::PnmRawData, SaveOptionKind::Boolean, 1},
-    {saveKey::GifGif89a, SaveOptionKind::Boolean, 0},
-    {saveKey::GifInterlace, SaveOptionKind::Boolean, 0},
-    {saveKey::GifTransparent, SaveOptionKind::Boolean, 0},
-    {saveKey::GifTransparentIndex, SaveOptionKind::Integer, 0},
-    {saveKey::GifBackground, SaveOptionKind::Boolean, 0},
-    {saveKey::GifBackgroundIndex, SaveOptionKind::Integer, 0},
-    {saveKey::PcxEnable24bit, SaveOptionKind::Boolean, 0},
-    {saveKey::TgaEncode, SaveOptionKind::Boolean, 0},
-    {saveKey::TgaBottomToTop, SaveOptionKind::Boolean, 0},
-    {saveKey::TgaRightToLeft, SaveOptionKind::Boolean, 0},
-    {saveKey::TgaInterlaceType, SaveOptionKind::Integer, 0},
-    {saveKey::JfifQuality, SaveOptionKind::Integer, 75},
-    {saveKey::JfifSmooth, SaveOptionKind::Integer, 0},
-    {saveKey::JfifEntropy, SaveOptionKind::Boolean, 1},
-    {saveKey::JfifProgressive, SaveOptionKind::Boolean, 0},
-    {saveKey::JfifExif, SaveOptionKind::Boolean, 1},
-    {saveKey::PaletteType, SaveOptionKind::Integer, 0},
-    {saveKey::DitherType, SaveOptionKind::Integer, 2},
-    {saveKey::PngInterlace, SaveOptionKind::Boolean, 0},
-    {saveKey::PngHistogram, SaveOptionKind::Boolean, 0},
-    {saveKey::PngTime, SaveOptionKind::Boolean, 0},
-    {saveKey::PngTransparent, SaveOptionKind::Boolean, 0},
-    {saveKey::PngTransparentIndex, SaveOptionKind::Integer, 0},
-    {saveKey::PngTransparentColor, SaveOptionKind::Integer, 0},
-    {saveKey::PngBackground, SaveOptionKind::Boolean, 0},
-    {saveKey::PngBackgroundIndex, SaveOptionKind::Integer, 0},
-    {saveKey::PngBackgroundColor, SaveOptionKind::Integer, 0},
-};
+// The colour reduction that a save makes when the format holds fewer colours
+// is the user's general choice, kept with the display's dither settings.
+constinit settings::IntSetting ditherPalettePaletteType{"Dither\\Palette\\PaletteType", 0};
+constinit settings::IntSetting ditherPaletteDitherType{"Dither\\Palette\\DitherType", 2};
 
 constexpr std::string_view kPrefix = "SaveOptions\\";
 
@@ -57,8 +26,8 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
     return true;
 }
 
-std::optional<int32_t> parseValue(std::string_view text, SaveOptionKind kind) {
-    if (kind == SaveOptionKind::Boolean) {
+std::optional<int32_t> parseValue(std::string_view text, const settings::SettingRef& setting) {
+    if (std::holds_alternative<settings::BoolSetting*>(setting)) {
         for (std::string_view yes : {"1", "yes", "true", "on"})
             if (equalsIgnoringCase(text, yes)) return 1;
         for (std::string_view no : {"0", "no", "false", "off"})
@@ -86,13 +55,19 @@ std::optional<int32_t> parseValue(std::string_view text, SaveOptionKind kind) {
 
 }  // namespace
 
-std::span<const SaveOptionKey> saveOptionKeys() {
-    return kKeys;
+std::span<const settings::SettingRef> saveSettings() {
+    static const std::vector<settings::SettingRef> list = [] {
+        std::vector<settings::SettingRef> all{&ditherPalettePaletteType, &ditherPaletteDitherType};
+        for (const FormatEntry* entry : formatTable())
+            all.insert(all.end(), entry->saveSettings.begin(), entry->saveSettings.end());
+        return all;
+    }();
+    return list;
 }
 
-const SaveOptionKey* findSaveOptionKey(std::string_view key) {
-    for (const SaveOptionKey& entry : kKeys)
-        if (equalsIgnoringCase(entry.key, key)) return &entry;
+const settings::SettingRef* findSaveSetting(std::string_view key) {
+    for (const settings::SettingRef& setting : saveSettings())
+        if (equalsIgnoringCase(settings::settingKey(setting), key)) return &setting;
     return nullptr;
 }
 
@@ -103,20 +78,28 @@ bool StoredSaveOptions::flag(std::string_view key) const {
 // The persistent Setting of the key answers; a key the store does not know
 // (or of another kind) answers the compiled-in default.
 int32_t StoredSaveOptions::integer(std::string_view key) const {
-    const SaveOptionKey* entry = findSaveOptionKey(key);
-    const std::string_view canonical = entry ? entry->key : key;
-    if (const settings::SettingRef* setting = settings::findSetting(canonical)) {
+    if (const settings::SettingRef* setting = findSaveSetting(key)) {
         if (auto* b = std::get_if<settings::BoolSetting*>(setting)) return (*b)->get() ? 1 : 0;
         if (auto* i = std::get_if<settings::IntSetting*>(setting))
             return static_cast<int32_t>((*i)->get());
     }
-    return entry ? entry->defaultValue : 0;
+    return 0;
+}
+
+// Only the boolean and integer settings are save options a writer can read.
+static const settings::SettingRef* findOption(std::string_view key) {
+    const settings::SettingRef* setting = findSaveSetting(key);
+    if (setting == nullptr) return nullptr;
+    if (!std::holds_alternative<settings::BoolSetting*>(*setting) &&
+        !std::holds_alternative<settings::IntSetting*>(*setting))
+        return nullptr;
+    return setting;
 }
 
 bool SaveOptionOverlay::set(std::string_view key, int32_t value) {
-    const SaveOptionKey* entry = findSaveOptionKey(key);
-    if (!entry) return false;
-    values_[std::string(entry->key)] = value;
+    const settings::SettingRef* setting = findOption(key);
+    if (!setting) return false;
+    values_[std::string(settings::settingKey(*setting))] = value;
     return true;
 }
 
@@ -124,23 +107,23 @@ bool SaveOptionOverlay::setAssignment(std::string_view assignment) {
     const size_t equals = assignment.find('=');
     if (equals == std::string_view::npos) return false;
     std::string key(assignment.substr(0, equals));
-    const SaveOptionKey* entry = findSaveOptionKey(key);
-    if (!entry && !(key.size() >= kPrefix.size() &&
-                    equalsIgnoringCase(key.substr(0, kPrefix.size()), kPrefix))) {
+    const settings::SettingRef* setting = findOption(key);
+    if (!setting && !(key.size() >= kPrefix.size() &&
+                      equalsIgnoringCase(key.substr(0, kPrefix.size()), kPrefix))) {
         key.insert(0, kPrefix);
-        entry = findSaveOptionKey(key);
+        setting = findOption(key);
     }
-    if (!entry) return false;
-    auto value = parseValue(assignment.substr(equals + 1), entry->kind);
+    if (!setting) return false;
+    auto value = parseValue(assignment.substr(equals + 1), *setting);
     if (!value) return false;
-    values_[std::string(entry->key)] = *value;
+    values_[std::string(settings::settingKey(*setting))] = *value;
     return true;
 }
 
 std::optional<int32_t> SaveOptionOverlay::find(std::string_view key) const {
-    const SaveOptionKey* entry = findSaveOptionKey(key);
-    if (!entry) return std::nullopt;
-    auto it = values_.find(entry->key);
+    const settings::SettingRef* setting = findOption(key);
+    if (!setting) return std::nullopt;
+    auto it = values_.find(settings::settingKey(*setting));
     if (it == values_.end()) return std::nullopt;
     return it->second;
 }

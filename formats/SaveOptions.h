@@ -5,8 +5,9 @@
 // (the persistent settings) and may be overridden for one run by an overlay
 // (the command line's --set), which never writes anything back.
 //
-// kSaveOptionKeys lists every key the writers and the save path read, with
-// its kind and its compiled-in default; the overlay accepts only those keys.
+// The keys are those of the save settings that the format entries declare
+// (FormatTable.h) and the save path's own colour-reduction pair below; the
+// overlay accepts only those keys, of the boolean and integer kinds.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +16,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "core/settings/Setting.h"
 
 namespace vivark {
 
@@ -25,56 +28,17 @@ class SaveOptions {
     virtual int32_t integer(std::string_view key) const = 0;
 };
 
-enum class SaveOptionKind : uint8_t { Boolean, Integer };
-
-struct SaveOptionKey {
-    std::string_view key;
-    SaveOptionKind kind;
-    int32_t defaultValue;
-};
-
 namespace saveKey {
-inline constexpr std::string_view WindowsBitmapEncode = "SaveOptions\\Windows Bitmap\\Encode";
-inline constexpr std::string_view Os2BitmapFormat = "SaveOptions\\OS2 Bitmap\\Format";
-inline constexpr std::string_view Os2BitmapEncode = "SaveOptions\\OS2 Bitmap\\Encode";
-inline constexpr std::string_view PbmRawData = "SaveOptions\\PBM\\RawData";
-inline constexpr std::string_view PgmRawData = "SaveOptions\\PGM\\RawData";
-inline constexpr std::string_view PpmRawData = "SaveOptions\\PPM\\RawData";
-inline constexpr std::string_view PnmRawData = "SaveOptions\\PNM\\RawData";
-inline constexpr std::string_view GifGif89a = "SaveOptions\\GIF\\GIF89a";
-inline constexpr std::string_view GifInterlace = "SaveOptions\\GIF\\Interlace";
-inline constexpr std::string_view GifTransparent = "SaveOptions\\GIF\\Transparent";
-inline constexpr std::string_view GifTransparentIndex = "SaveOptions\\GIF\\Transparent Index";
-inline constexpr std::string_view GifBackground = "SaveOptions\\GIF\\Background";
-inline constexpr std::string_view GifBackgroundIndex = "SaveOptions\\GIF\\Background Index";
-inline constexpr std::string_view PcxEnable24bit = "SaveOptions\\PCX\\Enable24bit";
-inline constexpr std::string_view TgaEncode = "SaveOptions\\TGA\\Encode";
-inline constexpr std::string_view TgaBottomToTop = "SaveOptions\\TGA\\BottomToTop";
-inline constexpr std::string_view TgaRightToLeft = "SaveOptions\\TGA\\RightToLeft";
-inline constexpr std::string_view TgaInterlaceType = "SaveOptions\\TGA\\InterlaceType";
-inline constexpr std::string_view JfifQuality = "SaveOptions\\JFIF\\Quality";
-inline constexpr std::string_view JfifSmooth = "SaveOptions\\JFIF\\Smooth";
-inline constexpr std::string_view JfifEntropy = "SaveOptions\\JFIF\\Entropy";
-inline constexpr std::string_view JfifProgressive = "SaveOptions\\JFIF\\Progressive";
-inline constexpr std::string_view JfifExif = "SaveOptions\\JFIF\\Exif";
 // The colour reduction a save makes when the format holds fewer colours.
 inline constexpr std::string_view PaletteType = "Dither\\Palette\\PaletteType";
 inline constexpr std::string_view DitherType = "Dither\\Palette\\DitherType";
-inline constexpr std::string_view PngInterlace = "SaveOptions\\PNG\\Interlace";
-inline constexpr std::string_view PngHistogram = "SaveOptions\\PNG\\Histogram";
-inline constexpr std::string_view PngTime = "SaveOptions\\PNG\\Time";
-inline constexpr std::string_view PngTransparent = "SaveOptions\\PNG\\Transparent";
-inline constexpr std::string_view PngTransparentIndex = "SaveOptions\\PNG\\Transparent Index";
-inline constexpr std::string_view PngTransparentColor = "SaveOptions\\PNG\\Transparent Color";
-inline constexpr std::string_view PngBackground = "SaveOptions\\PNG\\Background";
-inline constexpr std::string_view PngBackgroundIndex = "SaveOptions\\PNG\\Background Index";
-inline constexpr std::string_view PngBackgroundColor = "SaveOptions\\PNG\\Background Color";
 }  // namespace saveKey
 
-// Every key a writer reads, with its kind and default.
-std::span<const SaveOptionKey> saveOptionKeys();
-// The entry of `key`, or null when no writer reads it.
-const SaveOptionKey* findSaveOptionKey(std::string_view key);
+// Every setting a writer or the save path reads: the save path's own, then
+// each format entry's in registry order.
+std::span<const settings::SettingRef> saveSettings();
+// The setting of `key` (ignoring ASCII case), or null when no writer reads it.
+const settings::SettingRef* findSaveSetting(std::string_view key);
 
 // The options as the user keeps them: each key's persistent Setting.
 class StoredSaveOptions final : public SaveOptions {

@@ -20,8 +20,8 @@
 #include "app/cli/Cli.h"
 #include "app/cli/Command.h"
 #include "app/cli/Report.h"
-#include "core/ErrorMapping.h"
 #include "formats/DepthConvert.h"
+#include "formats/ErrorMessages.h"
 #include "formats/Loader.h"
 #include "formats/SaveDispatch.h"
 #include "ops/ColourReduce.h"
@@ -91,10 +91,12 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
     setFromWord(saveOptions, saveKey::DitherType, options.dither, kDitherWords);
 
     Image image;
-    image.pageNumber = options.page;
-    loadFile(image, options.input, ReadOptions{});
-    if (image.loadMessage != msg::None) {
-        reportMessage(context.err, options.input, image.loadMessage);
+    ReadOptions read;
+    read.page = options.page;
+    const LoadResult loaded = loadFile(image, options.input, read);
+    if (!loaded.completed) {
+        reportMessage(context.err, options.input,
+                      loaded.message != msg::None ? loaded.message : msg::Unknown);
         return kFailure;
     }
     try {
@@ -126,9 +128,9 @@ void registerConvert(CLI::App& app, CommandContext& context,
     command->add_option("INPUT", options->input, "Image to read")->required();
     command->add_option("OUTPUT", options->output, "File to write")->required();
     std::string shortNames;
-    for (const WriterEntry& writer : writerTable()) {
+    for (const WriterEntry* writer : writerTable()) {
         if (!shortNames.empty()) shortNames += ", ";
-        shortNames += *writer.shortNames.begin();
+        shortNames += *writer->shortNames.begin();
     }
     command->add_option("--to", options->format,
                         "Format: a menu name (\"Windows Bitmap\") or short name (" + shortNames +

@@ -11,10 +11,13 @@
 // (idleTimeByProcessorCount).
 #include "app/settings/SettingKeys.h"
 
+#include <iterator>
 #include <thread>
+#include <vector>
 
-#include "app/settings/SettingsTree.h"
 #include "core/FormatTag.h"
+#include "core/settings/SettingsTree.h"
+#include "formats/SaveOptions.h"
 
 namespace vivark::settings {
 namespace {
@@ -111,8 +114,6 @@ constinit BoolSetting sequencerPreload{"FileSequencer\\Preload", true};
 constinit BoolSetting sequencerWrap{"FileSequencer\\Wrap", true};
 
 // Colour reduction for display
-constinit IntSetting ditherPalettePaletteType{"Dither\\Palette\\PaletteType", 0};
-constinit IntSetting ditherPaletteDitherType{"Dither\\Palette\\DitherType", 2};
 constinit IntSetting dither16PaletteType{"Dither\\16FixSysColor\\PaletteType", 1};
 constinit IntSetting dither16DitherType{"Dither\\16FixSysColor\\DitherType", 2};
 constinit IntSetting dither256PaletteType{"Dither\\256FixSysColor\\PaletteType", 1};
@@ -144,88 +145,6 @@ constinit TextSetting converterMruDirectoryList{"FileConverter\\MRUDirectoryList
 constinit BoolSetting converterUseOriginalDir{"FileConverter\\UseOriginalDir", true};
 constinit IntSetting moverActionIfExists{"FileMover\\ActionIfExists", 0};
 constinit BoolSetting moverSkipIfIdentical{"FileMover\\SkipIfIdentical", false};
-
-// Save options: bitmaps, icons, cursors and pointers
-constinit BoolSetting saveBmpEncode{"SaveOptions\\Windows Bitmap\\Encode", false};
-constinit IntSetting saveOs2BmpFormat{"SaveOptions\\OS2 Bitmap\\Format", 0};
-constinit BoolSetting saveOs2BmpEncode{"SaveOptions\\OS2 Bitmap\\Encode", false};
-constinit IntSetting saveIconSize{"SaveOptions\\Windows Icon\\Size", 32};
-constinit IntSetting saveIconColorType{"SaveOptions\\Windows Icon\\Color Type", 4};
-constinit BoolSetting saveIconTransparent{"SaveOptions\\Windows Icon\\Transparent", true};
-constinit IntSetting saveCursorSize{"SaveOptions\\Windows Cursor\\Size", 32};
-constinit IntSetting saveCursorColorType{"SaveOptions\\Windows Cursor\\Color Type", 4};
-constinit BoolSetting saveCursorTransparent{"SaveOptions\\Windows Cursor\\Transparent", true};
-constinit IntSetting saveOs2IconSize{"SaveOptions\\OS2 Icon\\Size", 40};
-constinit IntSetting saveOs2IconColorType{"SaveOptions\\OS2 Icon\\Color Type", 4};
-constinit BoolSetting saveOs2IconTransparent{"SaveOptions\\OS2 Icon\\Transparent", true};
-constinit IntSetting saveOs2IconFormat{"SaveOptions\\OS2 Icon\\Format", 0};
-constinit BoolSetting saveOs2IconEncode{"SaveOptions\\OS2 Icon\\Encode", false};
-constinit IntSetting saveOs2PointerSize{"SaveOptions\\OS2 Pointer\\Size", 64};
-constinit IntSetting saveOs2PointerColorType{"SaveOptions\\OS2 Pointer\\Color Type", 4};
-constinit BoolSetting saveOs2PointerTransparent{"SaveOptions\\OS2 Pointer\\Transparent", true};
-constinit IntSetting saveOs2PointerFormat{"SaveOptions\\OS2 Pointer\\Format", 0};
-constinit BoolSetting saveOs2PointerEncode{"SaveOptions\\OS2 Pointer\\Encode", false};
-
-// Save options: GIF
-constinit BoolSetting saveGifGif89a{"SaveOptions\\GIF\\GIF89a", false};
-constinit BoolSetting saveGifInterlace{"SaveOptions\\GIF\\Interlace", false};
-constinit BoolSetting saveGifTransparent{"SaveOptions\\GIF\\Transparent", false};
-constinit IntSetting saveGifTransparentIndex{"SaveOptions\\GIF\\Transparent Index", 0};
-constinit BoolSetting saveGifBackground{"SaveOptions\\GIF\\Background", false};
-constinit IntSetting saveGifBackgroundIndex{"SaveOptions\\GIF\\Background Index", 0};
-
-// Save options: IFF, JFIF, OS/2 boot logo, PCX, Pictor, Softimage
-constinit BoolSetting saveIffEncode{"SaveOptions\\IFF\\Encode", false};
-constinit IntSetting saveJfifQuality{"SaveOptions\\JFIF\\Quality", 75};
-constinit IntSetting saveJfifSmooth{"SaveOptions\\JFIF\\Smooth", 0};
-constinit BoolSetting saveJfifEntropy{"SaveOptions\\JFIF\\Entropy", true};
-constinit BoolSetting saveJfifProgressive{"SaveOptions\\JFIF\\Progressive", false};
-constinit BoolSetting saveJfifExif{"SaveOptions\\JFIF\\Exif", true};
-constinit BoolSetting saveBootLogoWarp4{"SaveOptions\\OS/2 Boot Logo\\Warp4", true};
-constinit BoolSetting saveBootLogoOptimize{"SaveOptions\\OS/2 Boot Logo\\Optimize", false};
-constinit BoolSetting saveBootLogoDither{"SaveOptions\\OS/2 Boot Logo\\Dither", true};
-constinit BoolSetting savePcxEnable24bit{"SaveOptions\\PCX\\Enable24bit", false};
-constinit BoolSetting savePictorEgaPalette{"SaveOptions\\PC Paint/Pictor\\EGA Palette", false};
-constinit BoolSetting saveSoftimageEncode{"SaveOptions\\Softimage PIC\\Encode", true};
-
-// Save options: PNG
-constinit BoolSetting savePngInterlace{"SaveOptions\\PNG\\Interlace", false};
-constinit BoolSetting savePngHistogram{"SaveOptions\\PNG\\Histogram", false};
-constinit BoolSetting savePngTime{"SaveOptions\\PNG\\Time", false};
-constinit BoolSetting savePngTransparent{"SaveOptions\\PNG\\Transparent", false};
-constinit IntSetting savePngTransparentIndex{"SaveOptions\\PNG\\Transparent Index", 0};
-constinit IntSetting savePngTransparentColor{"SaveOptions\\PNG\\Transparent Color", 0,
-                                             IntegerFormat::Colour};
-constinit BoolSetting savePngBackground{"SaveOptions\\PNG\\Background", false};
-constinit IntSetting savePngBackgroundIndex{"SaveOptions\\PNG\\Background Index", 0};
-constinit IntSetting savePngBackgroundColor{"SaveOptions\\PNG\\Background Color", 0,
-                                            IntegerFormat::Colour};
-
-// Save options: PBMPlus (raw, binary data unless off)
-constinit BoolSetting savePbmRawData{"SaveOptions\\PBM\\RawData", true};
-constinit BoolSetting savePgmRawData{"SaveOptions\\PGM\\RawData", true};
-constinit BoolSetting savePpmRawData{"SaveOptions\\PPM\\RawData", true};
-constinit BoolSetting savePnmRawData{"SaveOptions\\PNM\\RawData", true};
-
-// Save options: PSD, Sun raster, SGI, Targa
-constinit BoolSetting savePsdEncode{"SaveOptions\\PSD\\Encode", true};
-constinit BoolSetting saveRasEncode{"SaveOptions\\RAS\\Encode", false};
-constinit BoolSetting saveSgiEncode{"SaveOptions\\SGI\\Encode", false};
-constinit BoolSetting saveTgaEncode{"SaveOptions\\TGA\\Encode", false};
-constinit BoolSetting saveTgaBottomToTop{"SaveOptions\\TGA\\BottomToTop", false};
-constinit BoolSetting saveTgaRightToLeft{"SaveOptions\\TGA\\RightToLeft", false};
-constinit IntSetting saveTgaInterlaceType{"SaveOptions\\TGA\\InterlaceType", 0};
-
-// Save options: TIFF and XPM
-constinit BoolSetting saveTiffByteOrder{"SaveOptions\\TIFF\\ByteOrder", false};
-constinit IntSetting saveTiffStripSize{"SaveOptions\\TIFF\\StripSize", 3};
-constinit IntSetting saveTiffCompressionBlackWhite{"SaveOptions\\TIFF\\Compression\\BlackWhite", 1};
-constinit IntSetting saveTiffCompressionColor{"SaveOptions\\TIFF\\Compression\\Color", 1};
-constinit IntSetting saveTiffPhotometric{"SaveOptions\\TIFF\\Photometric", 0};
-constinit IntSetting saveTiffPredictor{"SaveOptions\\TIFF\\Predictor", 1};
-constinit IntSetting saveTiffT4Options{"SaveOptions\\TIFF\\T4Options", 0};
-constinit IntSetting saveTiffT6Options{"SaveOptions\\TIFF\\T6Options", 0};
-constinit IntSetting saveXpmType{"SaveOptions\\XPM\\Type", 0};
 
 // Printing
 constinit IntSetting printUnit{"Print\\Unit", 0};
@@ -274,7 +193,7 @@ constinit BoolSetting confirmConvert{"Confirmations\\Convert", true};
 constinit BoolSetting priorityIdleTime{"Priority\\IdleTime",
                                        ComputedDefault<bool>{idleTimeByProcessorCount}};
 std::span<const SettingRef> allSettings() {
-    static const SettingRef list[] = {
+    static const SettingRef shell[] = {
         // Window and viewer
         &windowBackgroundColor, &windowShowBorders, &windowSizeAndPosition, &titleBarVisible,
         &menuBarVisible, &statusBarVisible, &statusBarFont, &scrollBarsVisible, &toolBarVisible,
@@ -298,8 +217,7 @@ std::span<const SettingRef> allSettings() {
         // Directory sequencing
         &sequencerSequence, &sequencerRefresh, &sequencerPreload, &sequencerWrap,
         // Colour reduction for display
-        &ditherPalettePaletteType, &ditherPaletteDitherType, &dither16PaletteType,
-        &dither16DitherType, &dither256PaletteType, &dither256DitherType,
+        &dither16PaletteType, &dither16DitherType, &dither256PaletteType, &dither256DitherType,
         // Geometry
         &resizeMode, &resizeLetterBox, &resizeProportional, &resizeResample, &resolutionMode,
         &resolutionProportional, &rotateResample,
@@ -310,32 +228,6 @@ std::span<const SettingRef> allSettings() {
         &converterFileType, &converterDeleteOriginal, &converterSelectedScript,
         &converterMruDirectoryList, &converterUseOriginalDir, &moverActionIfExists,
         &moverSkipIfIdentical,
-        // Save options: bitmaps, icons, cursors and pointers
-        &saveBmpEncode, &saveOs2BmpFormat, &saveOs2BmpEncode, &saveIconSize, &saveIconColorType,
-        &saveIconTransparent, &saveCursorSize, &saveCursorColorType, &saveCursorTransparent,
-        &saveOs2IconSize, &saveOs2IconColorType, &saveOs2IconTransparent, &saveOs2IconFormat,
-        &saveOs2IconEncode, &saveOs2PointerSize, &saveOs2PointerColorType,
-        &saveOs2PointerTransparent, &saveOs2PointerFormat, &saveOs2PointerEncode,
-        // Save options: GIF
-        &saveGifGif89a, &saveGifInterlace, &saveGifTransparent, &saveGifTransparentIndex,
-        &saveGifBackground, &saveGifBackgroundIndex,
-        // Save options: IFF, JFIF, OS/2 boot logo, PCX, Pictor, Softimage
-        &saveIffEncode, &saveJfifQuality, &saveJfifSmooth, &saveJfifEntropy, &saveJfifProgressive,
-        &saveJfifExif, &saveBootLogoWarp4, &saveBootLogoOptimize, &saveBootLogoDither,
-        &savePcxEnable24bit, &savePictorEgaPalette, &saveSoftimageEncode,
-        // Save options: PNG
-        &savePngInterlace, &savePngHistogram, &savePngTime, &savePngTransparent,
-        &savePngTransparentIndex, &savePngTransparentColor, &savePngBackground,
-        &savePngBackgroundIndex, &savePngBackgroundColor,
-        // Save options: PBMPlus (raw, binary data unless off)
-        &savePbmRawData, &savePgmRawData, &savePpmRawData, &savePnmRawData,
-        // Save options: PSD, Sun raster, SGI, Targa
-        &savePsdEncode, &saveRasEncode, &saveSgiEncode, &saveTgaEncode, &saveTgaBottomToTop,
-        &saveTgaRightToLeft, &saveTgaInterlaceType,
-        // Save options: TIFF and XPM
-        &saveTiffByteOrder, &saveTiffStripSize, &saveTiffCompressionBlackWhite,
-        &saveTiffCompressionColor, &saveTiffPhotometric, &saveTiffPredictor, &saveTiffT4Options,
-        &saveTiffT6Options, &saveXpmType,
         // Printing
         &printUnit, &printScaleMode, &printCenterImage, &printOrientation, &printCustomSize,
         &printDefaultToOneCopy, &printPrinterName,
@@ -350,11 +242,14 @@ std::span<const SettingRef> allSettings() {
         // Miscellaneous
         &thumbnailSize, &tipOfDayShowTips, &tipOfDayTip, &confirmDelete, &confirmImage,
         &confirmSlideshow, &confirmConvert, &priorityIdleTime};
+    // The save options belong to the formats that read them.
+    static const std::vector<SettingRef> list = [] {
+        std::vector<SettingRef> all(std::begin(shell), std::end(shell));
+        std::span<const SettingRef> save = vivark::saveSettings();
+        all.insert(all.end(), save.begin(), save.end());
+        return all;
+    }();
     return list;
-}
-
-std::string_view settingKey(const SettingRef& setting) {
-    return std::visit([](const auto* s) { return s->key(); }, setting);
 }
 
 const SettingRef* findSetting(std::string_view key) {

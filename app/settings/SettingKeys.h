@@ -16,7 +16,7 @@
 #include <string_view>
 #include <variant>
 
-#include "app/settings/Setting.h"
+#include "core/settings/Setting.h"
 
 namespace vivark::settings {
 
@@ -98,8 +98,6 @@ extern BoolSetting sequencerPreload;
 extern BoolSetting sequencerWrap;
 
 // Colour reduction for display
-extern IntSetting ditherPalettePaletteType;
-extern IntSetting ditherPaletteDitherType;
 extern IntSetting dither16PaletteType;
 extern IntSetting dither16DitherType;
 extern IntSetting dither256PaletteType;
@@ -129,86 +127,6 @@ extern TextSetting converterMruDirectoryList;
 extern BoolSetting converterUseOriginalDir;
 extern IntSetting moverActionIfExists;
 extern BoolSetting moverSkipIfIdentical;
-
-// Save options: bitmaps, icons, cursors and pointers
-extern BoolSetting saveBmpEncode;
-extern IntSetting saveOs2BmpFormat;
-extern BoolSetting saveOs2BmpEncode;
-extern IntSetting saveIconSize;
-extern IntSetting saveIconColorType;
-extern BoolSetting saveIconTransparent;
-extern IntSetting saveCursorSize;
-extern IntSetting saveCursorColorType;
-extern BoolSetting saveCursorTransparent;
-extern IntSetting saveOs2IconSize;
-extern IntSetting saveOs2IconColorType;
-extern BoolSetting saveOs2IconTransparent;
-extern IntSetting saveOs2IconFormat;
-extern BoolSetting saveOs2IconEncode;
-extern IntSetting saveOs2PointerSize;
-extern IntSetting saveOs2PointerColorType;
-extern BoolSetting saveOs2PointerTransparent;
-extern IntSetting saveOs2PointerFormat;
-extern BoolSetting saveOs2PointerEncode;
-
-// Save options: GIF
-extern BoolSetting saveGifGif89a;
-extern BoolSetting saveGifInterlace;
-extern BoolSetting saveGifTransparent;
-extern IntSetting saveGifTransparentIndex;
-extern BoolSetting saveGifBackground;
-extern IntSetting saveGifBackgroundIndex;
-
-// Save options: IFF, JFIF, OS/2 boot logo, PCX, Pictor, Softimage
-extern BoolSetting saveIffEncode;
-extern IntSetting saveJfifQuality;
-extern IntSetting saveJfifSmooth;
-extern BoolSetting saveJfifEntropy;
-extern BoolSetting saveJfifProgressive;
-extern BoolSetting saveJfifExif;
-extern BoolSetting saveBootLogoWarp4;
-extern BoolSetting saveBootLogoOptimize;
-extern BoolSetting saveBootLogoDither;
-extern BoolSetting savePcxEnable24bit;
-extern BoolSetting savePictorEgaPalette;
-extern BoolSetting saveSoftimageEncode;
-
-// Save options: PNG
-extern BoolSetting savePngInterlace;
-extern BoolSetting savePngHistogram;
-extern BoolSetting savePngTime;
-extern BoolSetting savePngTransparent;
-extern IntSetting savePngTransparentIndex;
-extern IntSetting savePngTransparentColor;
-extern BoolSetting savePngBackground;
-extern IntSetting savePngBackgroundIndex;
-extern IntSetting savePngBackgroundColor;
-
-// Save options: PBMPlus (raw, binary data unless off)
-extern BoolSetting savePbmRawData;
-extern BoolSetting savePgmRawData;
-extern BoolSetting savePpmRawData;
-extern BoolSetting savePnmRawData;
-
-// Save options: PSD, Sun raster, SGI, Targa
-extern BoolSetting savePsdEncode;
-extern BoolSetting saveRasEncode;
-extern BoolSetting saveSgiEncode;
-extern BoolSetting saveTgaEncode;
-extern BoolSetting saveTgaBottomToTop;
-extern BoolSetting saveTgaRightToLeft;
-extern IntSetting saveTgaInterlaceType;
-
-// Save options: TIFF and XPM
-extern BoolSetting saveTiffByteOrder;
-extern IntSetting saveTiffStripSize;
-extern IntSetting saveTiffCompressionBlackWhite;
-extern IntSetting saveTiffCompressionColor;
-extern IntSetting saveTiffPhotometric;
-extern IntSetting saveTiffPredictor;
-extern IntSetting saveTiffT4Options;
-extern IntSetting saveTiffT6Options;
-extern IntSetting saveXpmType;
 
 // Printing
 extern IntSetting printUnit;
@@ -255,16 +173,12 @@ extern BoolSetting confirmImage;
 extern BoolSetting confirmSlideshow;
 extern BoolSetting confirmConvert;
 extern BoolSetting priorityIdleTime;
-// One entry of the list of all settings.
-using SettingRef = std::variant<BoolSetting*, IntSetting*, RealSetting*, TextSetting*>;
-
-// Every setting above, in the order of this file.
+// Every setting: those above, in the order of this file, then the save
+// options of the save path and of every format (formats/SaveOptions.h).
 std::span<const SettingRef> allSettings();
 
 // The setting whose key path is `key`, ignoring ASCII case as the store does;
 // nullptr when there is none.
 const SettingRef* findSetting(std::string_view key);
-
-std::string_view settingKey(const SettingRef& setting);
 
 }  // namespace vivark::settings

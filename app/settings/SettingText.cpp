@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "app/settings/SettingsTree.h"
+#include "core/settings/SettingsTree.h"
 
 namespace vivark::settings {
 namespace {

@@ -27,7 +27,7 @@
 #include <string>
 #include <string_view>
 
-#include "app/settings/SettingsTree.h"
+#include "core/settings/SettingsTree.h"
 
 namespace vivark::settings {
 

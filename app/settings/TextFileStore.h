@@ -26,10 +26,14 @@
 #include <string>
 #include <string_view>
 
-#include "app/settings/SettingsStore.h"
-#include "app/settings/SettingsTree.h"
+#include "core/settings/SettingsStore.h"
+#include "core/settings/SettingsTree.h"
 
 namespace vivark::settings {
+
+// The store of the current user on this platform: a TextFileStore in the
+// configuration folder. The vivark tool makes it the default store.
+std::shared_ptr<SettingsStore> makeUserSettingsStore();
 
 class TextFileStore final : public SettingsStore {
   public:

@@ -20,11 +20,41 @@
 
 #include <array>
 #include <cstdint>
+#include <string_view>
 
 #include "core/FormatTag.h"
 #include "core/Image.h"
 #include "core/InFile.h"
+#include "core/Messages.h"
+#include "formats/FormatInfo.h"
 #include "formats/ImageReader.h"
+
+namespace vivark {
+
+// The family's errors; the values are fixed.
+// Format readers.
+enum class BMPERROR : uint32_t {
+    InvalidFile = 0,
+    DataIntegrity = 1,
+    DataOverrun = 2,
+    UnsupportedCompression = 3,
+};
+
+namespace msg {
+inline constexpr MessageId BmpOverrun = 11177;
+}  // namespace msg
+
+// The keys of the family's save options.
+namespace saveKey {
+inline constexpr std::string_view WindowsBitmapEncode = "SaveOptions\\Windows Bitmap\\Encode";
+inline constexpr std::string_view Os2BitmapFormat = "SaveOptions\\OS2 Bitmap\\Format";
+inline constexpr std::string_view Os2BitmapEncode = "SaveOptions\\OS2 Bitmap\\Encode";
+}  // namespace saveKey
+
+// The identify tests (see formats/Identify.h for their contract).
+bool identifyBmp(InFile& file, FormatInfo* info);
+
+}  // namespace vivark
 
 namespace vivark::bmp {
 

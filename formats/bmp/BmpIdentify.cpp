@@ -11,8 +11,8 @@
 // mask, so their height is halved. Tags: "BMP ", or "BMPW" for a "BM" file with
 // a 40-byte header and compression below 4; "ICO " ("IC", "CI"), "ICOW",
 // "CUR ", "PTR " ("PT", "CP"). An array reports its first element's tag.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/bmp/BmpFormat.h"
 
 namespace vivark {
 namespace {

@@ -191,7 +191,7 @@ class BmpReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
 
-    void read(Image& image, const ReadOptions& options) override {
+    void readInto(Image& image, const ReadOptions& options) override {
         InFile& file = *file_;
         file.seek(0);
         uint16_t type = file.readLE16();

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "formats/ImageReader.h"
+#include "formats/bmp/BmpFormat.h"
 
 namespace vivark {
 

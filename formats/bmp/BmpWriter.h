@@ -16,6 +16,7 @@
 #include "core/OutFile.h"
 #include "core/Progress.h"
 #include "formats/SaveOptions.h"
+#include "formats/bmp/BmpFormat.h"
 
 namespace vivark {
 

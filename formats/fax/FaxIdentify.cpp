@@ -18,8 +18,8 @@
 
 #include "codecs/ByteSources.h"
 #include "codecs/FaxDecoder.h"
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/fax/FaxFormat.h"
 
 namespace vivark {
 namespace {

@@ -3,8 +3,8 @@
 // -32 or -64), NAXIS (1 to 999) and NAXIS1, NAXIS2 in that order, as the
 // standard fixes them. Width is NAXIS1, height NAXIS2 (1 for a single axis);
 // the depth is the size of BITPIX.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/fits/FitsFormat.h"
 
 namespace vivark {
 namespace {

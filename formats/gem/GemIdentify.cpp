@@ -2,8 +2,8 @@
 // (big-endian words): version 1, header length 8 or 9 words, 1 to 8 or 24
 // planes, pattern length 1 to 8, non-zero width (word 6) and height (word 7).
 // The 18 bytes of a nine-word header are read in either case.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/gem/GemFormat.h"
 
 namespace vivark {
 

@@ -5,12 +5,46 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "codecs/StreamCodec.h"
 #include "core/FormatTag.h"
 #include "core/ImageInfo.h"
 #include "core/InFile.h"
+#include "core/Messages.h"
 #include "core/OutFile.h"
+#include "formats/FormatInfo.h"
+
+namespace vivark {
+
+// The family's errors; the values are fixed.
+enum class GIFERROR : uint32_t {
+    Unknown = 0,
+    PrematureEnd = 1,    // the data sub-blocks ended before the image was complete
+    NoColourMap = 2,     // neither a global nor a local colour table
+    BadLzwCodeSize = 3,  // the LZW minimum code size is out of range
+};
+
+namespace msg {
+inline constexpr MessageId GifPrematureEnd = 11181;
+inline constexpr MessageId GifNoColourMap = 11182;
+inline constexpr MessageId GifBadCodeSize = 11183;
+}  // namespace msg
+
+// The keys of the family's save options.
+namespace saveKey {
+inline constexpr std::string_view GifGif89a = "SaveOptions\\GIF\\GIF89a";
+inline constexpr std::string_view GifInterlace = "SaveOptions\\GIF\\Interlace";
+inline constexpr std::string_view GifTransparent = "SaveOptions\\GIF\\Transparent";
+inline constexpr std::string_view GifTransparentIndex = "SaveOptions\\GIF\\Transparent Index";
+inline constexpr std::string_view GifBackground = "SaveOptions\\GIF\\Background";
+inline constexpr std::string_view GifBackgroundIndex = "SaveOptions\\GIF\\Background Index";
+}  // namespace saveKey
+
+// The identify tests (see formats/Identify.h for their contract).
+bool identifyGif(InFile& file, FormatInfo* info);
+
+}  // namespace vivark
 
 namespace vivark::gif {
 

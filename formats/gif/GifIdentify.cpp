@@ -3,8 +3,8 @@
 // followed, past extensions, to the first image descriptor, whose size is
 // reported. The depth is the bits of the colour table the image uses (its
 // local one, else the global one; 8 when it has neither).
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/gif/GifFormat.h"
 
 namespace vivark {
 namespace {

@@ -39,7 +39,7 @@ uint32_t readTable(InFile& file, uint8_t flags, ColourTable& table) {
 class GifReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
-    void read(Image& image, const ReadOptions& options) override;
+    void readInto(Image& image, const ReadOptions& options) override;
 
   private:
     void walk(Image& image);
@@ -225,7 +225,7 @@ void GifReader::decodeFrame(const Frame& frame, Image& canvas, bool direct, bool
     source.skipRest();
 }
 
-void GifReader::read(Image& image, const ReadOptions& options) {
+void GifReader::readInto(Image& image, const ReadOptions& options) {
     walk(image);
     image.formatTag = gif::kTag;
     image.pageCount = static_cast<uint32_t>(frames_.size());

@@ -26,6 +26,7 @@
 #include <memory>
 
 #include "formats/ImageReader.h"
+#include "formats/gif/GifFormat.h"
 
 namespace vivark {
 

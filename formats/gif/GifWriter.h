@@ -17,6 +17,7 @@
 #include "core/OutFile.h"
 #include "core/Progress.h"
 #include "formats/SaveOptions.h"
+#include "formats/gif/GifFormat.h"
 
 namespace vivark {
 

@@ -2,8 +2,8 @@
 // then chunks followed (into nested FORM, LIST, CAT and PROP groups) to the
 // first "BMHD", whose 20 bytes give width, height and plane count. Width and
 // height must be non-zero.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/iff/IffFormat.h"
 
 namespace vivark {
 namespace {

@@ -2,8 +2,8 @@
 // of frame) and Seattle FilmWorks files ("SFW9", whose JPEG stream starts at
 // the first 0xFF 0xC8 0xFF 0xD0 and uses remapped markers, 0xD0 carrying a
 // segment). Both report the frame's size and precision × components.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/jpeg/JpegFormat.h"
 #include "formats/jpeg/JpegMarkers.h"
 
 namespace vivark {

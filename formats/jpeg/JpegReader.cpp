@@ -10,6 +10,7 @@
 #include "core/Errors.h"
 #include "core/Messages.h"
 #include "formats/jpeg/JpegExif.h"
+#include "formats/jpeg/JpegFormat.h"
 
 namespace vivark {
 
@@ -64,7 +65,7 @@ const std::array<std::array<uint8_t, 256>, 256>& cmykTable() {
 class JpegReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
-    void read(Image& image, const ReadOptions& options) override;
+    void readInto(Image& image, const ReadOptions& options) override;
 
   private:
     void storeRow(Image& out, const uint8_t* decoded, uint32_t y, const Placement& place,
@@ -125,7 +126,7 @@ void JpegReader::storeRow(Image& out, const uint8_t* decoded, uint32_t y, const 
     }
 }
 
-void JpegReader::read(Image& image, const ReadOptions& options) {
+void JpegReader::readInto(Image& image, const ReadOptions& options) {
     JpegDecompressor d(options.progress);
     JpegInFileSource source;
     jpeg_decompress_struct& c = d.cinfo;

@@ -18,6 +18,7 @@
 
 #include "core/ImageInfo.h"
 #include "formats/ImageReader.h"
+#include "formats/jpeg/JpegFormat.h"
 
 namespace vivark {
 

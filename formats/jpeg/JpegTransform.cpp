@@ -12,8 +12,8 @@
 #include <span>
 #include <vector>
 
-#include "core/ErrorMapping.h"
 #include "core/InFile.h"
+#include "formats/ErrorMessages.h"
 #include "formats/jpeg/JpegExif.h"
 
 namespace vivark {

@@ -8,6 +8,7 @@
 #include "codecs/jpeg/JpegLibrary.h"
 #include "core/Errors.h"
 #include "formats/jpeg/JpegExif.h"
+#include "formats/jpeg/JpegFormat.h"
 
 namespace vivark {
 namespace {

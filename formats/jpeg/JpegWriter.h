@@ -18,6 +18,7 @@
 #include "core/OutFile.h"
 #include "core/Progress.h"
 #include "formats/SaveOptions.h"
+#include "formats/jpeg/JpegFormat.h"
 
 namespace vivark {
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/Errors.h"
+#include "formats/jpeg/JpegFormat.h"
 #include "formats/jpeg/JpegReader.h"
 
 namespace vivark {
@@ -59,7 +60,7 @@ class SfwReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
 
-    void read(Image& image, const ReadOptions& options) override {
+    void readInto(Image& image, const ReadOptions& options) override {
         const std::vector<uint8_t> jpeg = jpegOfSfw(readRest(*file_));
         if (jpeg.empty()) throw JPEGERROR::BadHeader;
         auto stream = InFile::overMemory(jpeg);

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "formats/ImageReader.h"
+#include "formats/jpeg/JpegFormat.h"
 
 namespace vivark {
 

@@ -2,8 +2,8 @@
 // header, then three colour planes of 320 × 240 bytes each. The header's
 // first two little-endian 32-bit fields hold the size of one plane (76800)
 // and the size of the whole file (230432 = 32 + 3 × 76800); both must match.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/logo/LogoFormat.h"
 
 namespace vivark {
 namespace {

@@ -3,8 +3,8 @@
 // bytes (576 pixels) of which the first kCheckedRows must each decode to
 // exactly 72 bytes, no run crossing a row's end (MacPaint codes each row on
 // its own; the no-operation code 128 is refused). A document is 576 × 720 at one bit per pixel.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/macpaint/MacPaintFormat.h"
 
 namespace vivark {
 namespace {

@@ -1,7 +1,7 @@
 // Identifies Microsoft Paint images by their 32-byte header: "DanM" (version
 // 1) or "LinS" (version 2), then non-zero width and height; one bit per pixel.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/msp/MspFormat.h"
 
 namespace vivark {
 

@@ -3,8 +3,8 @@
 // high; set: 3072 wide and 2048 high), always 24 bits per pixel. A pack long
 // enough to hold the 64Base extension after its 16Base image is reported at
 // twice that size.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/pcd/PcdFormat.h"
 
 namespace vivark {
 namespace {

@@ -5,8 +5,8 @@
 // xMax - xMin + 1, height yMax - yMin + 1 and bits per pixel × planes.
 // DCX: the magic 0x3ADE68B1 and a first page offset whose page passes the PCX
 // test.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/pcx/PcxFormat.h"
 
 namespace vivark {
 namespace {

@@ -22,6 +22,7 @@
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "core/RowOps.h"
+#include "formats/pcx/PcxFormat.h"
 
 namespace vivark {
 
@@ -198,7 +199,7 @@ uint64_t lengthFrom(const InFile& file, int64_t at) {
 class PcxReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
-    void read(Image& image, const ReadOptions& options) override {
+    void readInto(Image& image, const ReadOptions& options) override {
         image.pageCount = 1;
         readPcx(*file_, lengthFrom(*file_, file_->tell()), image, options);
         image.formatTag = makeTag("PCX ");
@@ -211,7 +212,7 @@ constexpr uint32_t kDcxMaxPages = 1024;
 class DcxReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
-    void read(Image& image, const ReadOptions& options) override {
+    void readInto(Image& image, const ReadOptions& options) override {
         InFile& file = *file_;
         if (file.readLE32() != kDcxMagic) throw PCXERROR::InvalidFile;
         std::vector<uint32_t> offsets;

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "formats/ImageReader.h"
+#include "formats/pcx/PcxFormat.h"
 
 namespace vivark {
 

@@ -19,6 +19,7 @@
 #include "core/ByteOrder.h"
 #include "core/Errors.h"
 #include "core/RowOps.h"
+#include "formats/pcx/PcxFormat.h"
 
 namespace vivark {
 namespace {

@@ -1,8 +1,8 @@
 // Identifies PICB images by their 76-byte little-endian header: the magic
 // 0x3039 at offset 0, width at 2 and height at 4 (both non-zero) and bits per
 // pixel at 6 (1, 4, 8 or 24). The whole header must be present.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/picb/PicbFormat.h"
 
 namespace vivark {
 

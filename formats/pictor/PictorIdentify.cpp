@@ -2,8 +2,8 @@
 // non-zero width and height, and a plane byte whose low nibble (bits per
 // pixel) is 1, 2, 4 or 8 and whose high nibble (planes - 1) is at most 3. The
 // depth is bits × planes.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/pictor/PictorFormat.h"
 
 namespace vivark {
 

@@ -5,6 +5,7 @@
 
 #include "core/ByteOrder.h"
 #include "core/Errors.h"
+#include "formats/png/PngFormat.h"
 
 namespace vivark::png {
 

@@ -4,6 +4,7 @@
 #include "formats/png/PngFilters.h"
 
 #include "core/Errors.h"
+#include "formats/png/PngFormat.h"
 
 namespace vivark::png {
 namespace {

@@ -3,8 +3,59 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "core/FormatTag.h"
+#include "core/InFile.h"
+#include "core/Messages.h"
+#include "formats/FormatInfo.h"
+
+namespace vivark {
+
+// The family's errors; the values are fixed.
+enum class PNGERROR : uint32_t {
+    NotPng = 0,
+    BadCrc = 1,
+    BadIhdrLength = 2,
+    ZeroSize = 3,
+    UnknownCompression = 4,
+    UnknownInterlace = 5,
+    BadBitDepth = 6,
+    BadColourType = 7,
+    BadPlteLength = 8,
+    MultipleIhdr = 9,
+    MultiplePlte = 10,
+    MultipleGama = 11,
+    UnknownFilterType = 12,
+    UnknownFilterMethod = 13,
+    MissingIhdr = 14,
+    MissingPlte = 15,
+    MissingIdat = 16,
+    BadIdatLength = 17,
+    UnexpectedIdat = 18,
+};
+
+namespace msg {
+inline constexpr MessageId PngFirst = 11110;  // PNGERROR v is PngFirst + v, v = 0..18
+}  // namespace msg
+
+// The keys of the family's save options.
+namespace saveKey {
+inline constexpr std::string_view PngInterlace = "SaveOptions\\PNG\\Interlace";
+inline constexpr std::string_view PngHistogram = "SaveOptions\\PNG\\Histogram";
+inline constexpr std::string_view PngTime = "SaveOptions\\PNG\\Time";
+inline constexpr std::string_view PngTransparent = "SaveOptions\\PNG\\Transparent";
+inline constexpr std::string_view PngTransparentIndex = "SaveOptions\\PNG\\Transparent Index";
+inline constexpr std::string_view PngTransparentColor = "SaveOptions\\PNG\\Transparent Color";
+inline constexpr std::string_view PngBackground = "SaveOptions\\PNG\\Background";
+inline constexpr std::string_view PngBackgroundIndex = "SaveOptions\\PNG\\Background Index";
+inline constexpr std::string_view PngBackgroundColor = "SaveOptions\\PNG\\Background Color";
+}  // namespace saveKey
+
+// The identify tests (see formats/Identify.h for their contract).
+bool identifyPng(InFile& file, FormatInfo* info);
+
+}  // namespace vivark
 
 namespace vivark::png {
 

@@ -2,7 +2,6 @@
 // whose width, height, bit depth and colour type are reported (the depth
 // times 3 for colour types 2 and 6). Width, height and depth must be non-zero.
 // A file that ends before IHDR fails in the InFile (INFILEERROR::UnexpectedEnd).
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
 #include "formats/png/PngFormat.h"
 

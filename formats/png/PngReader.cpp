@@ -84,7 +84,7 @@ constexpr TypeRule typeRule(uint8_t colourType) {
 class PngReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
-    void read(Image& image, const ReadOptions& options) override;
+    void readInto(Image& image, const ReadOptions& options) override;
     // The file's gamma times 100000 (100000 without gAMA); never applied.
     uint32_t gamma() const { return gamma_; }
 
@@ -106,7 +106,7 @@ class PngReader final : public ImageReader {
     uint32_t bytesPerPixel_ = 0;
 };
 
-void PngReader::read(Image& image, const ReadOptions& options) {
+void PngReader::readInto(Image& image, const ReadOptions& options) {
     InFile& file = *file_;
     uint8_t signature[8];
     file.read(signature, sizeof signature);

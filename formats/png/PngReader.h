@@ -16,6 +16,7 @@
 #include <memory>
 
 #include "formats/ImageReader.h"
+#include "formats/png/PngFormat.h"
 
 namespace vivark {
 

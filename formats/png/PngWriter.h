@@ -38,6 +38,7 @@
 #include "core/OutFile.h"
 #include "core/Progress.h"
 #include "formats/SaveOptions.h"
+#include "formats/png/PngFormat.h"
 
 namespace vivark {
 

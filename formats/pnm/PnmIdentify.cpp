@@ -4,8 +4,8 @@
 // (whitespace and '#' comments between them) to report the size, with 0 for
 // a size the header does not give. Depth: 1 for bitmaps, 8 or 24 (16 or 48
 // when the maximum value exceeds 255).
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/pnm/PnmFormat.h"
 
 namespace vivark {
 namespace {

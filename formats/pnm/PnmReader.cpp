@@ -6,6 +6,7 @@
 
 #include "core/Errors.h"
 #include "core/RowOps.h"
+#include "formats/pnm/PnmFormat.h"
 
 namespace vivark {
 namespace {
@@ -74,7 +75,7 @@ class PnmReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
 
-    void read(Image& image, const ReadOptions& options) override {
+    void readInto(Image& image, const ReadOptions& options) override {
         InFile& file = *file_;
         file.seek(0);
         Scanner scan(file);

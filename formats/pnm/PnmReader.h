@@ -18,6 +18,7 @@
 #include <memory>
 
 #include "formats/ImageReader.h"
+#include "formats/pnm/PnmFormat.h"
 
 namespace vivark {
 

@@ -7,6 +7,7 @@
 #include "core/Errors.h"
 #include "core/RowOps.h"
 #include "formats/DepthConvert.h"
+#include "formats/pnm/PnmFormat.h"
 
 namespace vivark {
 namespace {

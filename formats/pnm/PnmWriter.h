@@ -14,6 +14,7 @@
 #include "core/OutFile.h"
 #include "core/Progress.h"
 #include "formats/SaveOptions.h"
+#include "formats/pnm/PnmFormat.h"
 
 namespace vivark {
 

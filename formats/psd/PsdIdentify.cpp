@@ -1,8 +1,8 @@
 // Identifies Photoshop documents by their 26-byte header: "8BPS", version 1,
 // channels, rows, columns and depth per channel, all non-zero; the depth
 // reported is channels × depth.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/psd/PsdFormat.h"
 
 namespace vivark {
 

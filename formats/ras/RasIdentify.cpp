@@ -1,8 +1,8 @@
 // Identifies Sun raster files by their 32-byte header: magic 0x59A66A95,
 // non-zero width and height, depth 1, 8, 24 or 32, type 0 to 5 (or the
 // experimental 0xFFFF) and colour map type 0 to 2.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/ras/RasFormat.h"
 
 namespace vivark {
 

@@ -4,8 +4,8 @@
 // or 'H' (high resolution, 256 × 192), one bit per pixel.
 // Utah RLE: a 15-byte header with magic 0xCC52, non-zero width and height,
 // 1 to 254 colour channels of 8 bits; the depth is channels × 8.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/rle/RleFormat.h"
 
 namespace vivark {
 

@@ -1,8 +1,8 @@
 // Identifies SGI image files by their 512-byte header: magic 474, storage 0
 // (verbatim) or 1 (run-length), 1 or 2 bytes per channel, dimension 1 to 3 and
 // non-zero sizes. The depth is bytes per channel × 8 × channels.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/sgi/SgiFormat.h"
 
 namespace vivark {
 

@@ -1,8 +1,8 @@
 // Identifies the slide show list: a text file whose first 16 bytes are
 // "Vivark SlideShow". It carries no image; the loader ends the load with the
 // slide show result instead of reading one.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/slideshow/SlideShowFormat.h"
 
 namespace vivark {
 

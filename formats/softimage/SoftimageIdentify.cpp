@@ -1,8 +1,8 @@
 // Identifies Softimage pictures by their 104-byte header: magic 0x5380F634,
 // "PICT" at offset 88 and non-zero width (92) and height (94). The channel
 // packets that follow decide on an alpha channel; identification reports 24.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/softimage/SoftimageFormat.h"
 
 namespace vivark {
 

@@ -2,8 +2,8 @@
 // 9 with colour map type 1, or 2, 3, 10, 11 with colour map type 0 or 1; pixel
 // depth 8, 15, 16, 24 or 32; with a colour map, its first index below its
 // length and an entry size of 8, 15, 16, 24 or 32; non-zero width and height.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/tga/TgaFormat.h"
 
 namespace vivark {
 namespace {

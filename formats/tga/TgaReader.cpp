@@ -34,6 +34,7 @@
 #include "core/ByteOrder.h"
 #include "core/Errors.h"
 #include "core/FormatTag.h"
+#include "formats/tga/TgaFormat.h"
 
 namespace vivark {
 namespace {
@@ -150,7 +151,7 @@ class TgaReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
 
-    void read(Image& image, const ReadOptions& options) override {
+    void readInto(Image& image, const ReadOptions& options) override {
         InFile& file = *file_;
         const TgaHeader h = readHeader(file);
         const uint32_t depth = h.imageType == 2 ? 24 : 8;

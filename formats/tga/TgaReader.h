@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "formats/ImageReader.h"
+#include "formats/tga/TgaFormat.h"
 
 namespace vivark {
 

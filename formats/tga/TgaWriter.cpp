@@ -18,6 +18,7 @@
 #include "core/ByteOrder.h"
 #include "core/Errors.h"
 #include "core/RowOps.h"
+#include "formats/tga/TgaFormat.h"
 
 namespace vivark {
 namespace {

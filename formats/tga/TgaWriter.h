@@ -5,6 +5,7 @@
 #include "core/OutFile.h"
 #include "core/Progress.h"
 #include "formats/SaveOptions.h"
+#include "formats/tga/TgaFormat.h"
 
 namespace vivark {
 

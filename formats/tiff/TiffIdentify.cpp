@@ -8,8 +8,8 @@
 // reader's directory walk does; width and length must be non-zero.
 #include <utility>
 
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/tiff/TiffFormat.h"
 
 namespace vivark {
 namespace {

@@ -2,8 +2,8 @@
 // the continuation bit), then width and height as multi-byte integers (seven
 // bits a byte, high bit set on all but the last byte, at most four bytes),
 // both non-zero; one bit per pixel.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/wbmp/WbmpFormat.h"
 
 namespace vivark {
 namespace {

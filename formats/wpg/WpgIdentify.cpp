@@ -4,8 +4,8 @@
 // width, height, depth) or 20 (bitmap type 2: the same after four corner
 // words and an angle); record 16, the end of the picture, means there is no
 // bitmap. Width and height must be non-zero and the depth 1, 2, 4 or 8.
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/wpg/WpgFormat.h"
 
 namespace vivark {
 namespace {

@@ -10,8 +10,8 @@
 // Only the first kTextLimit bytes are examined.
 #include <string_view>
 
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/xbm/XbmFormat.h"
 
 namespace vivark {
 namespace {

@@ -3,8 +3,8 @@
 // 32, header size at least 100) or version 6, the older form (a 40-byte
 // header: non-zero width and height, 1 to 32 display planes, header size at
 // least 40).
-#include "formats/Identify.h"
 #include "formats/IdentifySupport.h"
+#include "formats/xwd/XwdFormat.h"
 
 namespace vivark {
 

@@ -33,11 +33,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         auto reference = InFile::overMemory(bytes);
         inWhole = identifyFormat(*reference, &whole);
 
-        Image image;
-        image.loadMode = (options & 0x40) ? 1 : 0;
+        const int32_t loadMode = (options & 0x40) ? 1 : 0;
         FormatInfo found;
         auto search = InFile::overMemory(bytes, bufferSize);
-        if (findFormat(*search, image, &found) != nullptr) {
+        if (findFormat(*search, loadMode, &found) != nullptr) {
             if (search->tell() != 0 || search->origin() < 0) std::abort();
             if (search->origin() > static_cast<int64_t>(bytes.size())) std::abort();
         } else if (search->origin() != 0) {

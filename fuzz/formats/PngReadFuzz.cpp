@@ -32,7 +32,9 @@ class BlockDisplay final : public RowDisplay {
 class DisplayedReader final : public ImageReader {
   public:
     explicit DisplayedReader(InFile& file) : ImageReader(file), inner_(makePngReader(file)) {}
-    void read(Image& image, const ReadOptions& options) override {
+
+  protected:
+    void readInto(Image& image, const ReadOptions& options) override {
         ReadOptions withDisplay = options;
         withDisplay.display = &display_;
         inner_->read(image, withDisplay);

@@ -15,6 +15,11 @@
 namespace vivark {
 namespace {
 
+// The identify test of the format entry tagged `tag`.
+IdentifyFunction identifyOf(FormatTag tag) {
+    return findFormatEntry(tag)->identify;
+}
+
 using test::Bytes;
 using test::Sample;
 
@@ -57,7 +62,7 @@ TEST(FormatTable, TheEarlierOfTwoAcceptingTestsWins) {
     // Both a Targa header (type 2, 24 bits) and a WAP bitmap (2 × 3).
     auto both = Bytes().u8(0).u8(0).u8(2).u8(3).fill(8).le16(4).le16(5).u8(24).u8(0).data;
     auto file = InFile::overMemory(both);
-    ASSERT_TRUE(identifyWbmp(*file, nullptr));
+    ASSERT_TRUE(identifyOf(makeTag("WBMP"))(*file, nullptr));
     FormatInfo info;
     const FormatEntry* entry = probe(both, &info);
     ASSERT_NE(entry, nullptr);
@@ -81,11 +86,11 @@ struct Refusal {
 
 TEST(FormatTable, NearMissesAreRefused) {
     const Refusal refusals[] = {
-        {"P7 is no anymap", identifyPnm, Bytes().text("P7\nWIDTH 2\n").data},
-        {"GIF87b", identifyGif, Bytes().text("GIF87b").fill(20).data},
-        {"GIF trailer before any image", identifyGif,
+        {"P7 is no anymap", identifyOf(makeTag("PBM ")), Bytes().text("P7\nWIDTH 2\n").data},
+        {"GIF87b", identifyOf(makeTag("GIF ")), Bytes().text("GIF87b").fill(20).data},
+        {"GIF trailer before any image", identifyOf(makeTag("GIF ")),
          Bytes().text("GIF89a").le16(1).le16(1).u8(0).u8(0).u8(0).text(";").data},
-        {"PNG with zero depth", identifyPng,
+        {"PNG with zero depth", identifyOf(makeTag("PNG ")),
          Bytes()
              .hex("89")
              .text("PNG\r\n\x1A\n")
@@ -93,28 +98,28 @@ TEST(FormatTable, NearMissesAreRefused) {
              .text("IHDR")
              .hex("00000001 00000001 00 00 00000000000000")
              .data},
-        {"JPEG scan before a frame", identifyJpeg,
+        {"JPEG scan before a frame", identifyOf(makeTag("JFIF")),
          Bytes().be16(0xFFD8).be16(0xFFDA).be16(2).fill(20).data},
-        {"TIFF with no width", identifyTiff,
+        {"TIFF with no width", identifyOf(makeTag("TIFF")),
          Bytes().text("II").hex("2A00 08000000 0100 0101 0300 01000000 05000000 00000000").data},
-        {"PCX version 1", identifyPcx, Bytes().u8(0x0A).u8(1).padTo(128).data},
-        {"bitmap header of 14 bytes", identifyBmp,
+        {"PCX version 1", identifyOf(makeTag("PCX ")), Bytes().u8(0x0A).u8(1).padTo(128).data},
+        {"bitmap header of 14 bytes", identifyOf(makeTag("BMP ")),
          Bytes().text("BM").fill(12).le32(14).le32(1).le32(1).le16(1).le16(1).data},
-        {"bitmap of 33 bits", identifyBmp,
+        {"bitmap of 33 bits", identifyOf(makeTag("BMP ")),
          Bytes().text("BM").fill(12).le32(40).le32(1).le32(1).le16(1).le16(33).fill(24).data},
-        {"bitmap of width 0", identifyBmp,
+        {"bitmap of width 0", identifyOf(makeTag("BMP ")),
          Bytes().text("BM").fill(12).le32(40).le32(0).le32(1).le16(1).le16(8).fill(24).data},
-        {"targa type 1 without a colour map", identifyTga,
+        {"targa type 1 without a colour map", identifyOf(makeTag("TGA ")),
          Bytes().u8(0).u8(0).u8(1).fill(9).le16(4).le16(4).u8(8).u8(0).data},
-        {"targa type 4", identifyTga,
+        {"targa type 4", identifyOf(makeTag("TGA ")),
          Bytes().u8(0).u8(0).u8(4).fill(9).le16(4).le16(4).u8(8).u8(0).data},
-        {"targa map start beyond its length", identifyTga,
+        {"targa map start beyond its length", identifyOf(makeTag("TGA ")),
          Bytes().u8(0).u8(1).u8(1).le16(4).le16(4).u8(24).fill(4).le16(4).le16(4).u8(8).u8(0).data},
-        {"photoshop version 2", identifyPsd,
+        {"photoshop version 2", identifyOf(makeTag("PSD ")),
          Bytes().text("8BPS").be16(2).fill(6).be16(3).be32(5).be32(6).be16(8).be16(3).data},
-        {"slide show signature in other case", identifySlideShow,
+        {"slide show signature in other case", identifyOf(makeTag("SSHW")),
          Bytes().text("vivark slideshow").data},
-        {"boot logo of another size", identifyBootLogo,
+        {"boot logo of another size", identifyOf(makeTag("LOGO")),
          Bytes().le32(76800).le32(230433).padTo(32).data},
     };
     for (const Refusal& refusal : refusals) {
@@ -141,7 +146,7 @@ TEST(FormatTable, RandomBytesAreNotTakenForARawFax) {
         auto file = InFile::overMemory(bytes);
         bool accepted = false;
         try {
-            accepted = identifyFax3(*file, nullptr);
+            accepted = identifyOf(makeTag("FAX3"))(*file, nullptr);
         } catch (INFILEERROR) {
         }
         EXPECT_FALSE(accepted) << "trial " << trial;
@@ -160,9 +165,9 @@ TEST(FormatTable, IdentifiesAFaxWrittenByImageMagick) {
 }
 
 TEST(FormatTable, ARawFaxNeedsTwentyRows) {
-    EXPECT_FALSE(identifyFax3(*InFile::overMemory(test::whiteFaxPage(19)), nullptr));
+    EXPECT_FALSE(identifyOf(makeTag("FAX3"))(*InFile::overMemory(test::whiteFaxPage(19)), nullptr));
     FormatInfo info;
-    EXPECT_TRUE(identifyFax3(*InFile::overMemory(test::whiteFaxPage(20)), &info));
+    EXPECT_TRUE(identifyOf(makeTag("FAX3"))(*InFile::overMemory(test::whiteFaxPage(20)), &info));
     EXPECT_EQ(info.height, 20u);
 }
 

@@ -8,6 +8,7 @@
 #include "SampleBytes.h"
 #include "core/Errors.h"
 #include "formats/Loader.h"
+#include "formats/png/PngFormat.h"
 #include "support/TempDir.h"
 
 namespace vivark {
@@ -28,10 +29,8 @@ struct Found {
 
 Found find(const std::vector<uint8_t>& bytes, int32_t loadMode = 0) {
     auto file = InFile::overMemory(bytes);
-    Image image;
-    image.loadMode = loadMode;
     Found found{nullptr, 0, {}};
-    found.entry = findFormat(*file, image, &found.info);
+    found.entry = findFormat(*file, loadMode, &found.info);
     found.origin = file->origin();
     if (found.entry != nullptr) {
         EXPECT_EQ(file->tell(), 0);
@@ -109,10 +108,8 @@ TEST(FindFormat, AsksTheTextDecoderWithItsLineLimit) {
     for (int32_t loadMode : {0, 1}) {
         const auto text = Bytes().text("begin 644 pic.gif\n").fill(80, 'M').data;
         auto file = InFile::overMemory(text);
-        Image image;
-        image.loadMode = loadMode;
         std::unique_ptr<InFile> decoded;
-        const FormatEntry* entry = findFormat(*file, image, nullptr, &decoded);
+        const FormatEntry* entry = findFormat(*file, loadMode, nullptr, &decoded);
         ASSERT_NE(entry, nullptr);
         EXPECT_EQ(entry->formatTag, makeTag("GIF "));
         EXPECT_NE(decoded, nullptr);
@@ -152,12 +149,13 @@ TEST(Load, ProbesANamedFileAndReportsOneThatCannotBeOpened) {
     const auto path = dir.path() / "show.lst";
     std::ofstream(path, std::ios::binary) << "Vivark SlideShow\r\n";
     Image image;
-    const FormatEntry* entry = loadFile(image, path.string(), ReadOptions{});
+    const FormatEntry* entry = loadFile(image, path.string(), ReadOptions{}).format;
     ASSERT_NE(entry, nullptr);
     EXPECT_EQ(entry->formatTag, makeTag("SSHW"));
     EXPECT_EQ(image.loadMessage, msg::SlideShowList);
     Image missing;
-    EXPECT_EQ(loadFile(missing, (dir.path() / "missing.gif").string(), ReadOptions{}), nullptr);
+    EXPECT_EQ(loadFile(missing, (dir.path() / "missing.gif").string(), ReadOptions{}).format,
+              nullptr);
     EXPECT_NE(missing.loadMessage, msg::None);
     EXPECT_NE(missing.loadMessage, msg::UnrecognizedFormat);
 }

@@ -2,11 +2,13 @@
 // per-run option overrides, and that a failed or cancelled save leaves no file.
 #include <gtest/gtest.h>
 
-#include "core/ErrorMapping.h"
 #include "core/Errors.h"
+#include "formats/ErrorMessages.h"
 #include "formats/SaveDispatch.h"
+#include "formats/bmp/BmpFormat.h"
 #include "formats/gif/GifReader.h"
 #include "formats/pcx/PcxReader.h"
+#include "formats/pnm/PnmFormat.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {

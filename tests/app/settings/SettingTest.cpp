@@ -8,11 +8,14 @@
 
 #include "app/settings/SettingKeys.h"
 #include "app/settings/SettingText.h"
-#include "app/settings/SettingsTree.h"
+#include "core/settings/SettingsTree.h"
 #include "tests/app/settings/SettingsFixture.h"
 
 namespace vivark::settings {
 namespace {
+
+BoolSetting& saveGifInterlace = test::settingOf<BoolSetting>("SaveOptions\\GIF\\Interlace");
+IntSetting& saveJfifQuality = test::settingOf<IntSetting>("SaveOptions\\JFIF\\Quality");
 
 using test::dword;
 using test::raw;

@@ -7,8 +7,9 @@
 #include <memory>
 #include <string_view>
 
-#include "app/settings/MemoryStore.h"
-#include "app/settings/SettingsStore.h"
+#include "app/settings/SettingKeys.h"
+#include "core/settings/MemoryStore.h"
+#include "core/settings/SettingsStore.h"
 
 namespace vivark::test {
 
@@ -22,6 +23,13 @@ class ScopedSettingsStore {
   private:
     std::shared_ptr<settings::SettingsStore> previous_;
 };
+
+// The setting of kind S whose key is `key` (a save option, say, which its
+// format declares privately).
+template <typename S>
+S& settingOf(std::string_view key) {
+    return *std::get<S*>(*settings::findSetting(key));
+}
 
 // Every test starts with an empty in-memory store.
 class SettingsTest : public ::testing::Test {

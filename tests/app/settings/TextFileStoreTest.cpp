@@ -14,6 +14,10 @@
 namespace vivark::settings {
 namespace {
 
+BoolSetting& saveGifInterlace = test::settingOf<BoolSetting>("SaveOptions\\GIF\\Interlace");
+IntSetting& saveTiffCompressionColor =
+    test::settingOf<IntSetting>("SaveOptions\\TIFF\\Compression\\Color");
+
 using test::dword;
 using test::readWholeFile;
 using test::ScopedSettingsStore;

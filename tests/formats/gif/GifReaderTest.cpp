@@ -27,8 +27,9 @@ Image readGif(const std::string& bytes, uint32_t page = 1, size_t bufferSize = 0
     auto file = InFile::overMemory({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()},
                                    bufferSize);
     Image image;
-    image.pageNumber = page;
-    makeGifReader(*file)->read(image, ReadOptions{});
+    ReadOptions options;
+    options.page = page;
+    makeGifReader(*file)->read(image, options);
     return image;
 }
 

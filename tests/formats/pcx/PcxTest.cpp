@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "core/ErrorMapping.h"
 #include "core/Errors.h"
 #include "core/Messages.h"
+#include "formats/ErrorMessages.h"
 #include "formats/pcx/PcxReader.h"
 #include "formats/pcx/PcxWriter.h"
 #include "formats/pnm/PnmReader.h"
@@ -42,8 +42,9 @@ Bytes header(uint8_t version, uint8_t encoding, uint8_t bits, uint8_t planes, ui
 Image readPage(std::string_view bytes, ReaderFactory factory, uint32_t page) {
     auto file = InFile::overMemory({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
     Image image;
-    image.pageNumber = page;
-    factory(*file)->read(image, {});
+    ReadOptions options;
+    options.page = page;
+    factory(*file)->read(image, options);
     return image;
 }
 

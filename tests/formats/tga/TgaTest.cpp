@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "core/ErrorMapping.h"
 #include "core/Errors.h"
 #include "core/Messages.h"
+#include "formats/ErrorMessages.h"
 #include "formats/Identify.h"
 #include "formats/pnm/PnmReader.h"
 #include "formats/tga/TgaReader.h"

@@ -30,8 +30,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 
-#include "app/settings/SettingsStore.h"
+#include "core/settings/SettingsStore.h"
 
 namespace vivark::settings {
 
@@ -134,6 +135,14 @@ using BoolSetting = Setting<bool>;
 using IntSetting = Setting<uint32_t>;
 using RealSetting = Setting<double>;
 using TextSetting = Setting<std::string>;
+
+// A reference to a setting of any kind, for lists of settings.
+using SettingRef = std::variant<BoolSetting*, IntSetting*, RealSetting*, TextSetting*>;
+
+// The key path of the setting referred to.
+inline std::string_view settingKey(const SettingRef& setting) {
+    return std::visit([](const auto* s) { return s->key(); }, setting);
+}
 
 // The stored forms. decode() returns nothing for a value of the wrong type or
 // size.

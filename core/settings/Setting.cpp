@@ -1,9 +1,11 @@
 // Lazy reads and write-through of Setting, the stored forms of the four
 // kinds, and the active store of the process.
-#include "app/settings/Setting.h"
+#include "core/settings/Setting.h"
 
 #include <bit>
 #include <cstring>
+
+#include "core/settings/MemoryStore.h"
 
 namespace vivark::settings {
 namespace {
@@ -15,6 +17,7 @@ struct ActiveStoreHolder {
     std::mutex mutex;
     std::shared_ptr<SettingsStore> store;
     uint64_t generation = 1;
+    StoreFactory factory = nullptr;
 };
 
 ActiveStoreHolder& holder() {
@@ -39,8 +42,15 @@ uint64_t fromLittleEndian(const std::vector<uint8_t>& bytes) {
 ActiveStore activeStore() {
     ActiveStoreHolder& active = holder();
     std::lock_guard lock(active.mutex);
-    if (!active.store) active.store = makeUserSettingsStore();
+    if (!active.store)
+        active.store = active.factory ? active.factory() : std::make_shared<MemoryStore>();
     return {active.store, active.generation};
+}
+
+void setDefaultStoreFactory(StoreFactory factory) {
+    ActiveStoreHolder& active = holder();
+    std::lock_guard lock(active.mutex);
+    active.factory = factory;
 }
 
 std::shared_ptr<SettingsStore> settingsStore() {

@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "app/settings/SettingsStore.h"
+#include "core/settings/SettingsStore.h"
 
 namespace vivark::settings {
 

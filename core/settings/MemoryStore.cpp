@@ -1,5 +1,5 @@
 // The in-memory settings store.
-#include "app/settings/MemoryStore.h"
+#include "core/settings/MemoryStore.h"
 
 namespace vivark::settings {
 

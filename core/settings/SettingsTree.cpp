@@ -1,5 +1,5 @@
 // Lookup and update of the in-memory settings hierarchy.
-#include "app/settings/SettingsTree.h"
+#include "core/settings/SettingsTree.h"
 
 #include <algorithm>
 

@@ -8,8 +8,8 @@
 #include <atomic>
 #include <mutex>
 
-#include "app/settings/SettingsStore.h"
-#include "app/settings/SettingsTree.h"
+#include "core/settings/SettingsStore.h"
+#include "core/settings/SettingsTree.h"
 
 namespace vivark::settings {
 

@@ -8,8 +8,10 @@
 // rule belong to Setting (Setting.h).
 //
 // This file also owns the active store of the process: the one every Setting
-// goes through. It is the user's store (makeUserSettingsStore) until a test or
-// a front end installs another with setSettingsStore.
+// goes through. Until a store is installed with setSettingsStore, the first
+// use creates one with the default store factory: an in-memory store in the
+// core alone, the user's persistent store once a front end names its factory
+// (the vivark tool names the text-file store of app/settings).
 //
 // Stores never throw for a missing or unusable backing: read() then finds
 // nothing and write()/remove() return false.
@@ -56,10 +58,11 @@ class SettingsStore {
     virtual bool remove(std::string_view subkey, std::string_view name) = 0;
 };
 
-// The store of the current user on this platform (TextFileStore.h on Linux).
-std::shared_ptr<SettingsStore> makeUserSettingsStore();
+// Makes the store that the active store starts as when none was installed.
+using StoreFactory = std::shared_ptr<SettingsStore> (*)();
+void setDefaultStoreFactory(StoreFactory factory);
 
-// The active store, created with makeUserSettingsStore on first use.
+// The active store, created with the default store factory on first use.
 std::shared_ptr<SettingsStore> settingsStore();
 
 // Makes `store` the active store and returns the one it replaces; nullptr

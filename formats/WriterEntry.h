@@ -1,0 +1,52 @@
+// WriterEntry: what a format family declares about one format it writes.
+//
+// Each entry names its format as the converter's menu does ("Windows
+// Bitmap"), gives short names and file extensions for the command line, its
+// format tag, the depths its write function takes and the colours it needs.
+// The save path (SaveDispatch.h) converts an image to what the entry takes
+// before it calls `write`.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+
+#include "core/FormatTag.h"
+#include "core/Image.h"
+#include "core/OutFile.h"
+#include "core/Progress.h"
+
+namespace vivark {
+
+class SaveOptions;
+
+using WriteFunction = void (*)(const Image&, OutFile&, const SaveOptions&, ProgressCallback*);
+
+// What a format needs of a palette image's colours.
+enum class ColourNeed : uint8_t { Any, Grey, BlackAndWhite };
+
+// The set of depths {d...}: bit d set.
+constexpr uint32_t depthSet(std::initializer_list<uint32_t> depths) {
+    uint32_t set = 0;
+    for (uint32_t d : depths) set |= 1u << d;
+    return set;
+}
+
+struct WriterEntry {
+    std::string_view menuName;                           // "Windows Bitmap"
+    std::initializer_list<std::string_view> shortNames;  // "bmp"
+    std::initializer_list<std::string_view> extensions;  // without the dot
+    FormatTag formatTag;
+    uint32_t depths;  // bit n set: n bits per pixel accepted
+    ColourNeed colourNeed;
+    WriteFunction write;
+    // A boolean save option that must be on for 24 bits to be written as they
+    // are ("SaveOptions\\PCX\\Enable24bit"); empty when 24 bits always are.
+    std::string_view trueColourKey = {};
+
+    bool accepts(uint32_t bitsPerPixel) const {
+        return bitsPerPixel < 32 && (depths >> bitsPerPixel & 1) != 0;
+    }
+};
+
+}  // namespace vivark

@@ -1,0 +1,35 @@
+// The format registry's entries of this family: names, tag, identify test,
+// reader, error messages, writers and save settings.
+#include "formats/FormatTable.h"
+#include "formats/fits/FitsFormat.h"
+
+namespace vivark {
+namespace {
+
+MessageId messageOf(FITSERROR e) {
+    switch (e) {
+        case FITSERROR::Unknown:
+            return msg::Unknown;
+        case FITSERROR::UnsupportedNaxis:
+            return msg::FitsNaxis;
+        case FITSERROR::UnsupportedNaxisN:
+            return msg::FitsNaxis;
+        case FITSERROR::UnsupportedBitpix:
+            return msg::FitsBitpix;
+        case FITSERROR::DataIntegrity:
+            return msg::DataIntegrity;
+    }
+    return msg::Unknown;
+}
+
+constexpr ErrorMapping kFitsErrors[] = {
+    errorMapping<FITSERROR, messageOf, 5>(),
+};
+
+}  // namespace
+
+extern const FormatEntry fitsFormat;
+constinit const FormatEntry fitsFormat{
+    "Flexible Image Transport System", makeTag("FITS"), identifyFits, nullptr, kFitsErrors, {}, {}};
+
+}  // namespace vivark

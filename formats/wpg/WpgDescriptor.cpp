@@ -1,0 +1,33 @@
+// The format registry's entries of this family: names, tag, identify test,
+// reader, error messages, writers and save settings.
+#include "formats/FormatTable.h"
+#include "formats/wpg/WpgFormat.h"
+
+namespace vivark {
+namespace {
+
+MessageId messageOf(WPGERROR e) {
+    switch (e) {
+        case WPGERROR::Unknown:
+            return msg::Unknown;
+        case WPGERROR::InvalidFile:
+            return msg::InvalidFile;
+        case WPGERROR::NoRaster:
+            return msg::WpgNoRaster;
+        case WPGERROR::DataIntegrity:
+            return msg::DataIntegrity;
+    }
+    return msg::Unknown;
+}
+
+constexpr ErrorMapping kWpgErrors[] = {
+    errorMapping<WPGERROR, messageOf, 4>(),
+};
+
+}  // namespace
+
+extern const FormatEntry wpgFormat;
+constinit const FormatEntry wpgFormat{
+    "WordPerfect Graphics", makeTag("WPG "), identifyWpg, nullptr, kWpgErrors, {}, {}};
+
+}  // namespace vivark
