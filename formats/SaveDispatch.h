@@ -11,8 +11,8 @@
 // and dither types of "Dither\\Palette\\PaletteType" and "DitherType" (the
 // user's general reduction choice; the other Dither keys belong to the
 // viewer's display); a format of one bit gets a black-and-white conversion
-// with that dither type. A 24-bit image goes to PCX and DCX as 24 bits only
-// when "SaveOptions\\PCX\\Enable24bit" is set.
+// with that dither type. A writer whose 24-bit form is an option (its
+// trueColourKey) gets 24 bits only when that option is on.
 //
 // Failures: SAVEERROR::NeedsColourReduction when colour would have to become
 // grey (grey conversion is an editing step), the writer's own errors,

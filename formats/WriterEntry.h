@@ -41,7 +41,8 @@ struct WriterEntry {
     ColourNeed colourNeed;
     WriteFunction write;
     // A boolean save option that must be on for 24 bits to be written as they
-    // are ("SaveOptions\\PCX\\Enable24bit"); empty when 24 bits always are.
+    // are (a format whose 24-bit form few programs read); empty when 24 bits
+    // always are.
     std::string_view trueColourKey = {};
 
     bool accepts(uint32_t bitsPerPixel) const {

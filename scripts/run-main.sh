@@ -21,6 +21,6 @@ for sample in examples/*.bmp examples/*.pgm examples/*.pbm examples/*.png; do
 done
 # Colour reduction: the user's default palette for a GIF, and explicit choices.
 "$vivark" convert examples/scene.png "$out/scene.gif"
-"$vivark" convert examples/scene.png "$out/scene-system16.pcx" --colors 16 --palette system --dither diffusion
+"$vivark" convert examples/scene.png "$out/scene-system16.bmp" --colors 16 --palette system --dither diffusion
 "$vivark" convert examples/gradient.bmp "$out/gradient-cube.png" --colors 256 --palette 884 --dither ordered
 "$vivark" info "$out"/*

@@ -6,8 +6,7 @@
 // last script and filter chosen) start empty, meaning "nothing remembered";
 // "Print\\Unit" is the first unit of the print dialog (0);
 // "FileConverter\\UseOriginalDir" starts on, so a first conversion without an
-// output folder saves beside its source; the PBMPlus "RawData" options start
-// on, writing the compact binary forms; "Priority\\IdleTime" is computed
+// output folder saves beside its source; "Priority\\IdleTime" is computed
 // (idleTimeByProcessorCount).
 #include "app/settings/SettingKeys.h"
 

@@ -1,9 +1,10 @@
-// Every persistent option of the system, one global Setting per key, and the
-// list of them all.
+// Every persistent option of the shell, one global Setting per key, and the
+// list of all settings (these and the save options that the formats declare
+// with their registry entries).
 //
 // Code reads and writes an option through its global, for example
-// settings::saveGifInterlace.get(). The key paths, kinds and defaults are
-// fixed here and nowhere else; the definitions (SettingKeys.cpp) say which
+// settings::viewFitImage.get(). The key paths, kinds and defaults are fixed
+// here and nowhere else; the definitions (SettingKeys.cpp) say which
 // defaults are choices of this system. Integer settings hold 32-bit values;
 // enumerations hold the index of the choice in the dialog that sets them
 // unless the component that reads them gives their values.

@@ -22,6 +22,8 @@ using settings::BoolSetting;
 using settings::IntegerFormat;
 using settings::IntSetting;
 
+// The "RawData" options start on: the compact binary forms are what people
+// expect from a converter today.
 constinit BoolSetting savePbmRawData{"SaveOptions\\PBM\\RawData", true};
 constinit BoolSetting savePgmRawData{"SaveOptions\\PGM\\RawData", true};
 constinit BoolSetting savePpmRawData{"SaveOptions\\PPM\\RawData", true};

@@ -8,12 +8,15 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <fstream>
 #include <set>
 #include <sstream>
 
 #include "app/cli/Cli.h"
+#include "formats/SaveOptions.h"
 #include "formats/bmp/BmpReader.h"
 #include "formats/gif/GifReader.h"
+#include "formats/png/PngWriter.h"
 #include "formats/pnm/PnmReader.h"
 #include "ops/FixedPalettes.h"
 #include "support/ImageTestUtil.h"
@@ -139,6 +142,37 @@ TEST(InfoCommand, JsonListsEachFileOrItsError) {
               std::string::npos);
     EXPECT_EQ(runTool({"info", good + "mono.pbm"}, &out), 0);
     EXPECT_NE(out.find("PBM  23x11, 1 bits per pixel"), std::string::npos) << out;
+}
+
+// A damaged file still shows what identification found, in text and JSON,
+// next to the error; headers-only by default, and --check decodes in full.
+TEST(InfoCommand, DamagedFileGivesItsIdentificationAndTheError) {
+    StoredSaveOptions options;
+    std::string png = writeToBytes(patternImage(40, 30, 24), writePng, options);
+    const size_t idat = png.find("IDAT");
+    ASSERT_NE(idat, std::string::npos);
+    const size_t length = uint8_t(png[idat - 4]) << 24 | uint8_t(png[idat - 3]) << 16 |
+                          uint8_t(png[idat - 2]) << 8 | uint8_t(png[idat - 1]);
+    png[idat + 4 + length] ^= 0x55;  // the stored CRC no longer matches the data
+    TempDir dir;
+    const std::string path = (dir / "bad.png").string();
+    std::ofstream(path, std::ios::binary) << png;
+
+    for (const char* check : {"", "--check"}) {
+        SCOPED_TRACE(check);
+        std::vector<std::string> args{"info", path};
+        if (*check) args.push_back(check);
+        std::string out, err;
+        EXPECT_EQ(runTool(args, &out, &err), 1);
+        EXPECT_EQ(out, path + ": PNG  40x30, 24 bits per pixel\n");
+        EXPECT_EQ(err, "vivark: " + path + ": CRC32 Error\n");
+        args.push_back("--json");
+        EXPECT_EQ(runTool(args, &out, &err), 1);
+        EXPECT_NE(out.find("\"format\":\"PNG \",\"width\":40,\"height\":30,\"bitsPerPixel\":24,"
+                           "\"error\":\"CRC32 Error\""),
+                  std::string::npos)
+            << out;
+    }
 }
 
 }  // namespace
