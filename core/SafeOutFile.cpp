@@ -35,7 +35,12 @@ std::string temporaryName(const std::filesystem::path& target) {
     char suffix[64];
     std::snprintf(suffix, sizeof suffix, ".%ld.%u.%llx.vvk-tmp", static_cast<long>(::getpid()),
                   counter.fetch_add(1), static_cast<unsigned long long>(ticks & 0xFFFFFF));
-    return "." + target.filename().string() + suffix;
+    // Built by appending: GCC 12 misreads `"." + std::string&&` at -O3 as an
+    // overlapping copy (a false -Wrestrict).
+    std::string name(1, '.');
+    name += target.filename().string();
+    name += suffix;
+    return name;
 }
 
 }  // namespace
