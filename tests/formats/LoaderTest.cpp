@@ -8,7 +8,9 @@
 #include "SampleBytes.h"
 #include "core/Errors.h"
 #include "formats/Loader.h"
+#include "formats/SaveDispatch.h"
 #include "formats/png/PngFormat.h"
+#include "support/ImageTestUtil.h"
 #include "support/TempDir.h"
 
 namespace vivark {
@@ -158,6 +160,43 @@ TEST(Load, ProbesANamedFileAndReportsOneThatCannotBeOpened) {
               nullptr);
     EXPECT_NE(missing.loadMessage, msg::None);
     EXPECT_NE(missing.loadMessage, msg::UnrecognizedFormat);
+}
+
+// One Image loaded again and again, as a viewer pages through a folder: each
+// load leaves only what its own file holds, and a failed load leaves the
+// image as it was.
+TEST(Load, AnImageLoadedAgainKeepsNothingOfTheEarlierFile) {
+    test::TempDir dir;
+    Image source = test::patternImage(24, 16, 24);
+    source.comment = "from the JPEG";
+    source.resolution = {300, 300, ResolutionUnit::PerInch};
+    StoredSaveOptions options;
+    saveImage(source, dir / "a.jpg", *findWriterByName("jpg"), options);
+    Image grey = test::patternImage(20, 10, 8);
+    grey.setGreyPalette();
+    saveImage(grey, dir / "b.gif", *findWriterByName("gif"), options);
+    std::ofstream(dir / "c.gif", std::ios::binary)
+        << test::readWholeFile(dir / "b.gif").substr(0, 30);
+
+    Image image;
+    ASSERT_TRUE(loadFile(image, (dir / "a.jpg").string(), ReadOptions{}).completed);
+    EXPECT_EQ(image.comment, "from the JPEG");
+    ASSERT_TRUE(loadFile(image, (dir / "b.gif").string(), ReadOptions{}).completed);
+    EXPECT_EQ(image.comment, "");
+    EXPECT_EQ(image.resolution.unit, ResolutionUnit::None);
+    const size_t items = image.info.size();
+    EXPECT_GT(items, 0u);
+    ASSERT_TRUE(loadFile(image, (dir / "b.gif").string(), ReadOptions{}).completed);
+    EXPECT_EQ(image.info.size(), items);
+
+    const uint32_t serial = image.serial();
+    const LoadResult failed = loadFile(image, (dir / "c.gif").string(), ReadOptions{});
+    EXPECT_FALSE(failed.completed);
+    EXPECT_NE(failed.message, msg::None);
+    EXPECT_EQ(image.loadMessage, failed.message);
+    EXPECT_EQ(image.serial(), serial);
+    EXPECT_EQ(image.width(), 20u);
+    EXPECT_EQ(image.info.size(), items);
 }
 
 }  // namespace
