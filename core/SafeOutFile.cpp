@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <vector>
 
 #include "core/Errors.h"
 
@@ -47,6 +48,16 @@ std::string temporaryName(const std::filesystem::path& target) {
 
 SafeOutFile::SafeOutFile(std::filesystem::path target, size_t bufferSize)
     : target_(std::move(target)), out_(bufferSize) {
+    // A symbolic link is followed, through every link in a chain; the file it
+    // names is what gets replaced.
+    struct stat link;
+    for (int depth = 0; depth < 40 && ::lstat(target_.c_str(), &link) == 0 && S_ISLNK(link.st_mode);
+         ++depth) {
+        std::error_code error;
+        std::filesystem::path next = std::filesystem::read_symlink(target_, error);
+        if (error) break;
+        target_ = next.is_absolute() ? next : target_.parent_path() / next;
+    }
     std::filesystem::path folder = target_.parent_path();
     if (folder.empty()) folder = ".";
     // An existing target keeps its permissions; a new file gets the usual ones.
@@ -55,13 +66,30 @@ SafeOutFile::SafeOutFile(std::filesystem::path target, size_t bufferSize)
     struct stat existing;
     if (::stat(target_.c_str(), &existing) == 0) {
         if (S_ISDIR(existing.st_mode)) throw CREATEERROR::CannotCreate;
-        mode = existing.st_mode & 07777;
-        keepMode = true;
+        if (!S_ISREG(existing.st_mode)) {
+            commit_ = Commit::Copy;
+            folder = std::filesystem::temp_directory_path();
+            mode = 0600;
+        } else {
+            mode = existing.st_mode & 07777;
+            keepMode = true;
+            if (existing.st_nlink > 1) commit_ = Commit::InPlace;
+        }
     }
+    createTemporary(folder, mode, keepMode);
+}
+
+SafeOutFile::SafeOutFile(int descriptor, size_t bufferSize)
+    : commit_(Commit::Copy), descriptor_(descriptor), out_(bufferSize) {
+    createTemporary(std::filesystem::temp_directory_path(), 0600, false);
+}
+
+void SafeOutFile::createTemporary(const std::filesystem::path& folder, mode_t mode, bool keepMode) {
     int fd = -1;
+    const std::filesystem::path name = target_.empty() ? "stdout" : target_;
     for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-        temporary_ = folder / temporaryName(target_);
-        fd = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        temporary_ = folder / temporaryName(name);
+        fd = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (fd < 0 && errno != EEXIST) throw createErrorFor(errno);
     }
     if (fd < 0) throw CREATEERROR::CannotCreate;
@@ -80,14 +108,72 @@ SafeOutFile::~SafeOutFile() {
     if (!committed_) ::unlink(temporary_.c_str());
 }
 
+void SafeOutFile::copyTemporaryTo(int fd) {
+    const int in = ::open(temporary_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (in < 0) throw OUTFILEERROR::WriteFailed;
+    std::vector<char> buffer(1 << 16);
+    for (;;) {
+        const ssize_t got = ::read(in, buffer.data(), buffer.size());
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) {
+            ::close(in);
+            if (got < 0) throw OUTFILEERROR::WriteFailed;
+            return;
+        }
+        for (ssize_t done = 0; done < got;) {
+            const ssize_t put = ::write(fd, buffer.data() + done, size_t(got - done));
+            if (put < 0 && errno == EINTR) continue;
+            if (put <= 0) {
+                const int error = errno;
+                ::close(in);
+                throw error == ENOSPC ? OUTFILEERROR::DiskFull : OUTFILEERROR::WriteFailed;
+            }
+            done += put;
+        }
+    }
+}
+
 void SafeOutFile::commit() {
     int fd = out_.handle();
     out_.flush();
-    if (fd >= 0 && ::fsync(fd) != 0 && errno != EINVAL) {
+    if (commit_ == Commit::Rename && fd >= 0 && ::fsync(fd) != 0 && errno != EINVAL) {
         throw errno == ENOSPC ? OUTFILEERROR::DiskFull : OUTFILEERROR::WriteFailed;
     }
     out_.close();
-    if (::rename(temporary_.c_str(), target_.c_str()) != 0) throw CREATEERROR::CannotReplace;
+    switch (commit_) {
+        case Commit::Rename:
+            if (::rename(temporary_.c_str(), target_.c_str()) != 0)
+                throw CREATEERROR::CannotReplace;
+            break;
+        case Commit::InPlace: {
+            const int target = ::open(target_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+            if (target < 0) throw CREATEERROR::CannotReplace;
+            try {
+                copyTemporaryTo(target);
+            } catch (...) {
+                ::close(target);
+                throw;
+            }
+            const bool synced = ::fsync(target) == 0 || errno == EINVAL;
+            if (::close(target) != 0 || !synced) throw OUTFILEERROR::WriteFailed;
+            ::unlink(temporary_.c_str());
+            break;
+        }
+        case Commit::Copy: {
+            const bool opened = descriptor_ < 0;
+            const int target = opened ? ::open(target_.c_str(), O_WRONLY | O_CLOEXEC) : descriptor_;
+            if (target < 0) throw createErrorFor(errno);
+            try {
+                copyTemporaryTo(target);
+            } catch (...) {
+                if (opened) ::close(target);
+                throw;
+            }
+            if (opened) ::close(target);
+            ::unlink(temporary_.c_str());
+            break;
+        }
+    }
     committed_ = true;
 }
 

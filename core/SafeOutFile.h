@@ -7,9 +7,24 @@
 // removes the temporary file: no partial file is ever left and an existing
 // target, which may be the source image itself, is untouched.
 //
+// What commit() does depends on what the target is:
+//  - a regular file or a new name: the finished file is renamed over it, and
+//    keeps an existing file's permission bits;
+//  - a symbolic link: the link is followed and the file it names is replaced
+//    as above, so the link stays a link;
+//  - a regular file with several hard links: its content is replaced in
+//    place once the new content is complete, so every name sees the new file;
+//  - a device, a FIFO or a socket (and an open descriptor such as standard
+//    output): nothing can be replaced, so the finished bytes are copied to it.
+// In every case the bytes are first written to a temporary file, so writers
+// that seek back work on pipes too, and a failure before commit() leaves the
+// target as it was.
+//
 // Creation failures are thrown as CREATEERROR (the system's reason decides the
 // message); write failures as OUTFILEERROR.
 #pragma once
+
+#include <sys/types.h>
 
 #include <filesystem>
 
@@ -21,6 +36,9 @@ class SafeOutFile {
   public:
     explicit SafeOutFile(std::filesystem::path target,
                          size_t bufferSize = OutFile::kDefaultBufferSize);
+    // Writes to an open descriptor (standard output), which it does not close.
+    static constexpr int kStandardOutput = 1;
+    explicit SafeOutFile(int descriptor, size_t bufferSize = OutFile::kDefaultBufferSize);
     ~SafeOutFile();
     SafeOutFile(const SafeOutFile&) = delete;
     SafeOutFile& operator=(const SafeOutFile&) = delete;
@@ -35,8 +53,16 @@ class SafeOutFile {
     void commit();
 
   private:
+    enum class Commit { Rename, InPlace, Copy };
+
+    void createTemporary(const std::filesystem::path& folder, mode_t mode, bool keepMode);
+    // Copies the finished temporary file to `fd` from its current position.
+    void copyTemporaryTo(int fd);
+
     std::filesystem::path target_;
     std::filesystem::path temporary_;
+    Commit commit_ = Commit::Rename;
+    int descriptor_ = -1;  // the open descriptor written to, or -1
     OutFile out_;
     bool committed_ = false;
 };

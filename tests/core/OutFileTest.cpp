@@ -9,6 +9,7 @@
 
 #include <set>
 #include <string>
+#include <thread>
 
 #include "core/Errors.h"
 #include "core/OutFile.h"
@@ -178,6 +179,53 @@ TEST(SafeOutFile, CommitPutsTheContentUnderTheTargetNameKeepingItsPermissions) {
         EXPECT_EQ(readWholeFile(target), "0123456789abcdefghij");
         EXPECT_EQ(namesIn(dir.path()), std::set<std::string>{"out.bin"});
     }
+}
+
+// Targets that are not plain files: a symbolic link stays a link to the
+// replaced file, a file with two names is updated in place under both, and a
+// FIFO or a device receives the bytes without being replaced. A save that
+// never commits leaves each of them as it was.
+TEST(SafeOutFile, LinksFifosAndDevicesAreWrittenThroughNotReplaced) {
+    TempDir dir;
+    dir.write("real.bin", "old");
+    std::filesystem::create_symlink("real.bin", dir / "link.bin");
+    dir.write("one.bin", "old");
+    std::filesystem::create_hard_link(dir / "one.bin", dir / "two.bin");
+    ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
+    const std::string content(100000, 'x');
+
+    for (bool commit : {false, true}) {
+        for (const char* name : {"link.bin", "two.bin"}) {
+            SCOPED_TRACE(name);
+            SafeOutFile file(dir / name, 4096);
+            file.out().write(content.data(), content.size());
+            if (commit) file.commit();
+        }
+        EXPECT_TRUE(std::filesystem::is_symlink(dir / "link.bin"));
+        EXPECT_EQ(readWholeFile(dir / "real.bin"), commit ? content : "old");
+        EXPECT_EQ(readWholeFile(dir / "one.bin"), commit ? content : "old");
+        EXPECT_TRUE(std::filesystem::equivalent(dir / "one.bin", dir / "two.bin"));
+    }
+
+    std::string received;
+    std::thread reader([&] { received = readWholeFile(dir / "fifo"); });
+    {
+        SafeOutFile file(dir / "fifo", 4096);
+        file.out().write(content.data(), content.size());
+        file.out().seek(0);  // a writer that patches a header works on a pipe too
+        file.out().write("y", 1);
+        file.commit();
+    }
+    reader.join();
+    EXPECT_EQ(received, "y" + content.substr(1));
+    EXPECT_TRUE(std::filesystem::is_fifo(dir / "fifo"));
+
+    SafeOutFile null("/dev/null");
+    null.out().write(content.data(), content.size());
+    null.commit();
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+    EXPECT_EQ(namesIn(dir.path()),
+              (std::set<std::string>{"fifo", "link.bin", "one.bin", "real.bin", "two.bin"}));
 }
 
 }  // namespace
