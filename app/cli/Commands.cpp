@@ -8,15 +8,13 @@ void registerInfo(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, C
 void registerConvert(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerSettings(CLI::App&, CommandContext&,
                       std::vector<std::pair<CLI::App*, CommandAction>>&);
+void registerFormats(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerJpegTransform(CLI::App&, CommandContext&,
                            std::vector<std::pair<CLI::App*, CommandAction>>&);
 
 const std::vector<CommandRegistration>& commandRegistry() {
     static const std::vector<CommandRegistration> registry = {
-        registerInfo,
-        registerConvert,
-        registerSettings,
-        registerJpegTransform,
+        registerInfo, registerConvert, registerSettings, registerJpegTransform, registerFormats,
     };
     return registry;
 }

@@ -24,26 +24,10 @@ struct InfoOptions {
     std::vector<std::string> files;
 };
 
-std::string jsonString(std::string_view text) {
-    std::string out = "\"";
-    for (char c : text) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (static_cast<unsigned char>(c) < 0x20) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-            out += escaped;
-        } else {
-            out += c;
-        }
-    }
-    return out + "\"";
-}
-
 struct Described {
     MessageId message = msg::None;
     bool identified = false;  // info holds what identification found
+    std::string_view formatName;
     FormatInfo info;
     std::vector<InfoItem> items;
 };
@@ -59,6 +43,13 @@ Described describe(const std::string& path, bool check) {
     const LoadResult result = loadFile(image, path, read);
     d.identified = result.format != nullptr;
     d.info = result.info;
+    // A variant's tag names it more closely than its family ("BMPW" is a
+    // Windows Bitmap): the writer of that exact tag gives the name, if any.
+    if (d.identified) {
+        d.formatName = result.format->name;
+        for (const WriterEntry& writer : result.format->writers)
+            if (writer.formatTag == d.info.formatTag) d.formatName = writer.menuName;
+    }
     if (result.completed) {
         if (!image.plane.empty())
             d.info = {image.width(), image.height(), image.bitsPerPixel(), result.info.formatTag};
@@ -80,7 +71,8 @@ int runInfo(const InfoOptions& options, CommandContext& context) {
         if (options.json) {
             context.out << (first ? "\n  " : ",\n  ") << "{\"file\":" << jsonString(path);
             if (d.identified) {
-                context.out << ",\"format\":" << jsonString(tagText(d.info.formatTag))
+                context.out << ",\"format\":" << jsonString(trimmedTag(d.info.formatTag))
+                            << ",\"name\":" << jsonString(d.formatName)
                             << ",\"width\":" << d.info.width << ",\"height\":" << d.info.height
                             << ",\"bitsPerPixel\":" << d.info.bitsPerPixel;
             }
@@ -93,8 +85,10 @@ int runInfo(const InfoOptions& options, CommandContext& context) {
             continue;
         }
         if (d.identified) {
-            context.out << path << ": " << tagText(d.info.formatTag) << " " << d.info.width << "x"
-                        << d.info.height << ", " << d.info.bitsPerPixel << " bits per pixel\n";
+            context.out << path << ": " << d.formatName << " (" << trimmedTag(d.info.formatTag)
+                        << "), " << d.info.width << "x" << d.info.height << ", "
+                        << d.info.bitsPerPixel
+                        << (d.info.bitsPerPixel == 1 ? " bit per pixel\n" : " bits per pixel\n");
             for (const InfoItem& item : d.items)
                 context.out << "  " << item.label() << ": " << item.valueText() << "\n";
         }

@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "app/cli/Cli.h"
+#include "formats/FormatTable.h"
 #include "formats/SaveOptions.h"
 #include "formats/bmp/BmpReader.h"
 #include "formats/gif/GifReader.h"
@@ -135,13 +136,40 @@ TEST(InfoCommand, JsonListsEachFileOrItsError) {
     const std::string good = std::string(VIVARK_TEST_DATA) + "/formats/bmp/good/";
     std::string out;
     EXPECT_EQ(runTool({"info", "--json", good + "netpbm-win4.bmp", good + "README.md"}, &out), 1);
-    EXPECT_NE(out.find("\"format\":\"BMPW\",\"width\":23,\"height\":11,\"bitsPerPixel\":4"),
+    EXPECT_NE(out.find("\"format\":\"BMPW\",\"name\":\"Windows Bitmap\",\"width\":23,\"height\":11,"
+                       "\"bitsPerPixel\":4"),
               std::string::npos)
         << out;
     EXPECT_NE(out.find("\"error\":\"Unrecognized file format\",\"message\":11000"),
               std::string::npos);
     EXPECT_EQ(runTool({"info", good + "mono.pbm"}, &out), 0);
-    EXPECT_NE(out.find("PBM  23x11, 1 bits per pixel"), std::string::npos) << out;
+    EXPECT_NE(out.find("PBMPlus Portable Bitmap (PBM), 23x11, 1 bit per pixel"), std::string::npos)
+        << out;
+}
+
+// The listing names every entry of the registry and every writer, in text and
+// JSON alike.
+TEST(FormatsCommand, ListsEveryRegistryEntryAndWriter) {
+    std::string text, json;
+    ASSERT_EQ(runTool({"formats"}, &text), 0);
+    ASSERT_EQ(runTool({"formats", "--json"}, &json), 0);
+    for (const FormatEntry* entry : formatTable()) {
+        if (entry->writers.empty()) {
+            EXPECT_NE(text.find(entry->name), std::string::npos) << entry->name;
+            EXPECT_NE(json.find(std::string("\"name\":\"") + entry->name + "\""),
+                      std::string::npos);
+        }
+        for (const WriterEntry& writer : entry->writers) {
+            EXPECT_NE(text.find(writer.menuName), std::string::npos) << writer.menuName;
+            EXPECT_NE(json.find("\"" + std::string(*writer.shortNames.begin()) + "\""),
+                      std::string::npos);
+        }
+    }
+    EXPECT_NE(json.find("{\"tag\":\"GIF\",\"name\":\"Graphics Interchange Format\","
+                        "\"shortNames\":[\"gif\"],\"extensions\":[\"gif\"],\"read\":true,"
+                        "\"write\":true}"),
+              std::string::npos)
+        << json;
 }
 
 // A damaged file still shows what identification found, in text and JSON,
@@ -164,11 +192,12 @@ TEST(InfoCommand, DamagedFileGivesItsIdentificationAndTheError) {
         if (*check) args.push_back(check);
         std::string out, err;
         EXPECT_EQ(runTool(args, &out, &err), 1);
-        EXPECT_EQ(out, path + ": PNG  40x30, 24 bits per pixel\n");
+        EXPECT_EQ(out, path + ": Portable Network Graphics (PNG), 40x30, 24 bits per pixel\n");
         EXPECT_EQ(err, "vivark: " + path + ": CRC32 Error\n");
         args.push_back("--json");
         EXPECT_EQ(runTool(args, &out, &err), 1);
-        EXPECT_NE(out.find("\"format\":\"PNG \",\"width\":40,\"height\":30,\"bitsPerPixel\":24,"
+        EXPECT_NE(out.find("\"format\":\"PNG\",\"name\":\"Portable Network "
+                           "Graphics\",\"width\":40,\"height\":30,\"bitsPerPixel\":24,"
                            "\"error\":\"CRC32 Error\""),
                   std::string::npos)
             << out;
