@@ -102,7 +102,7 @@ inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
         // bytes and store it at steps of whole periods, never loading what
         // was just stored.
         static constexpr uint8_t kStep[8] = {0, 0, 8, 6, 8, 5, 6, 7};  // whole periods in 8
-        uint8_t pattern[8];
+        uint8_t pattern[8] = {};
         for (uint32_t i = 0; i < distance; ++i) pattern[i] = from[i];
         for (uint32_t i = distance; i < 8; ++i) pattern[i] = pattern[i - distance];
         const uint32_t step = kStep[distance];

@@ -166,8 +166,10 @@ JpegTransformResult transformLossless(const std::filesystem::path& path, JpegTra
         }
     }
 
-    std::string temporary =
-        (path.parent_path() / ("." + path.filename().string() + ".vivark-XXXXXX")).string();
+    std::string name(1, '.');  // appended, not `"." + string`: see SafeOutFile.cpp
+    name += path.filename().string();
+    name += ".vivark-XXXXXX";
+    std::string temporary = (path.parent_path() / name).string();
     const int fd = ::mkstemp(temporary.data());
     if (fd < 0) return failed(msg::CannotCreateTemp, temporary);
     const bool complete = writeAll(fd, result) && ::fsync(fd) == 0;
