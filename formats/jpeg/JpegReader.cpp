@@ -155,6 +155,30 @@ void JpegReader::readInto(Image& image, const ReadOptions& options) {
         }
     }
 
+    // What the headers say, besides the pixels: density, comment, EXIF block.
+    auto describe = [&](Image& result) {
+        if (c.saw_JFIF_marker && c.X_density != 0 && c.Y_density != 0) {
+            const double scale = c.density_unit == 2 ? 100.0 : 1.0;
+            result.resolution.x = c.X_density * scale;
+            result.resolution.y = c.Y_density * scale;
+            result.resolution.unit = c.density_unit == 1   ? ResolutionUnit::PerInch
+                                     : c.density_unit == 2 ? ResolutionUnit::PerMetre
+                                                           : ResolutionUnit::Ratio;
+        }
+        if (image.keepComment) result.comment = std::move(comment);
+        result.exif = std::move(exif);
+        if (d.state.lastMessage != 0 && image.keepInfo)
+            result.info.push_back({&kJfifInfo, 0, jpegMessageId(d.state.lastMessage), {}});
+        result.formatTag = makeTag("JFIF");
+        result.keepRequestOf(image);
+        image = std::move(result);
+    };
+    if (options.headerOnly) {
+        Image header;
+        describe(header);
+        return;
+    }
+
     const bool preview = options.previewSize != 0;
     if (preview) {
         const uint32_t r = std::max(c.image_width, c.image_height) / options.previewSize;
@@ -213,24 +237,7 @@ void JpegReader::readInto(Image& image, const ReadOptions& options) {
     guarded(d.state, [&] { jpeg_finish_decompress(&c); });
     source.settle();
 
-    if (c.saw_JFIF_marker && image.resolution.unit == ResolutionUnit::None && c.X_density != 0 &&
-        c.Y_density != 0) {
-        const double scale = c.density_unit == 2 ? 100.0 : 1.0;
-        result.resolution.x = c.X_density * scale;
-        result.resolution.y = c.Y_density * scale;
-        result.resolution.unit = c.density_unit == 1   ? ResolutionUnit::PerInch
-                                 : c.density_unit == 2 ? ResolutionUnit::PerMetre
-                                                       : ResolutionUnit::Ratio;
-    } else {
-        result.resolution = image.resolution;
-    }
-    if (image.keepComment) result.comment = std::move(comment);
-    result.exif = std::move(exif);
-    if (d.state.lastMessage != 0 && image.keepInfo)
-        result.info.push_back({&kJfifInfo, 0, jpegMessageId(d.state.lastMessage), {}});
-    result.formatTag = makeTag("JFIF");
-    result.keepRequestOf(image);
-    image = std::move(result);
+    describe(result);
 }
 
 }  // namespace

@@ -116,6 +116,7 @@ void PngReader::readInto(Image& image, const ReadOptions& options) {
     image.resolution = Resolution{};
 
     ChunkInput chunks(file);
+    uint32_t previous = 0;
     while (!(seen_ & kSeenIend)) {
         const uint32_t type = chunks.begin();
         switch (type) {
@@ -145,10 +146,13 @@ void PngReader::readInto(Image& image, const ReadOptions& options) {
                 }
                 break;
             case kIdat:
+                // Reading the headers only, the image data is walked chunk by
+                // chunk (CRCs checked) but not decoded.
+                if (options.headerOnly && previous == kIdat) break;
                 if (seen_ & kSeenImageData) throw PNGERROR::UnexpectedIdat;
                 if (!(seen_ & kSeenIhdr)) throw PNGERROR::MissingIhdr;
                 if (colourType_ == kPaletted && !(seen_ & kSeenPlte)) throw PNGERROR::MissingPlte;
-                decodeImage(chunks, image, options);
+                if (!options.headerOnly) decodeImage(chunks, image, options);
                 seen_ |= kSeenImageData;
                 break;
             case kIend:
@@ -160,6 +164,7 @@ void PngReader::readInto(Image& image, const ReadOptions& options) {
                 break;  // skipped, CRC still checked
         }
         chunks.end();
+        previous = type;
     }
 }
 
