@@ -9,8 +9,8 @@
 namespace vivark {
 namespace {
 
-// Extensions a GIF may carry before its first image; a file with more is not
-// taken for a GIF by identification.
+// Extensions and stray bytes a GIF may carry before its first image; a file
+// with more is not taken for a GIF by identification.
 constexpr int kMaxBlocks = 4096;
 
 }  // namespace
@@ -36,7 +36,8 @@ bool identifyGif(InFile& file, FormatInfo* info) {
             return accept(info, loadLE16(descriptor + 4), loadLE16(descriptor + 6), bits,
                           makeTag("GIF "));
         }
-        if (introducer != '!') return false;  // the trailer, or not a block at all
+        if (introducer == ';') return false;  // the trailer before any image
+        if (introducer != '!') continue;      // a stray byte, skipped as the reader does
         file.readByte();                      // the extension's label
         for (uint8_t length = file.readByte(); length != 0; length = file.readByte()) {
             file.skip(length);

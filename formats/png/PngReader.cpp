@@ -146,9 +146,11 @@ void PngReader::readInto(Image& image, const ReadOptions& options) {
                 }
                 break;
             case kIdat:
-                // Reading the headers only, the image data is walked chunk by
-                // chunk (CRCs checked) but not decoded.
-                if (options.headerOnly && previous == kIdat) break;
+                // IDAT chunks that follow the end of the zlib stream (an empty
+                // last IDAT, as some encoders write) are consumed with their
+                // CRCs checked; so are all of them when only the headers are
+                // read and the image data is not decoded.
+                if (previous == kIdat && (seen_ & kSeenImageData)) break;
                 if (seen_ & kSeenImageData) throw PNGERROR::UnexpectedIdat;
                 if (!(seen_ & kSeenIhdr)) throw PNGERROR::MissingIhdr;
                 if (colourType_ == kPaletted && !(seen_ & kSeenPlte)) throw PNGERROR::MissingPlte;

@@ -59,6 +59,11 @@ std::vector<Sample> formatSamples() {
         s.push_back({std::move(name), std::move(bytes.data), value, w, h, bits});
     };
     add("gif behind extensions", Bytes().append(gifSample()), "GIF ", 7, 5, 2);
+    {
+        std::vector<uint8_t> stray = gifSample();
+        stray.insert(stray.begin() + 33, 0x00);  // between the graphic control and the comment
+        add("gif with a stray byte between blocks", Bytes().append(stray), "GIF ", 7, 5, 2);
+    }
     add("jpeg frame C8 after C4 and CC segments",
         Bytes()
             .hex("FFD8 FFE0 0010")

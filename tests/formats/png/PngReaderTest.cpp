@@ -165,6 +165,8 @@ TEST(PngReader, RefusedFilesGiveTheirErrorValue) {
         {"GreyIgnoresOddPlte", file({ihdr(), test::pngChunk("PLTE", "abcd"), idat(), kIend}),
          std::nullopt},
         {"IdatSplitInOneRun", file({ihdr(), firstHalf, secondHalf, kIend}), std::nullopt},
+        {"EmptyIdatAfterTheStream", file({ihdr(), idat(), test::pngChunk("IDAT", ""), kIend}),
+         std::nullopt},
         {"AncillaryChunksIgnored",
          file({ihdr(), text, test::pngChunk("tRNS", "\0\1"), test::pngChunk("bKGD", "\0\7"), idat(),
                kIend}),
