@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "core/Errors.h"
+#include "formats/gif/GifComposer.h"
 #include "formats/gif/GifReader.h"
 #include "formats/gif/GifTestFiles.h"
 #include "support/ImageTestUtil.h"
@@ -164,6 +165,31 @@ TEST(GifReader, PageShowsTheCanvasAsAViewerDoes) {
         Image image = readGif(gifBytes(threeFrames(c.secondDisposal, false)), c.page);
         ASSERT_EQ(image.bitsPerPixel(), 8u);
         EXPECT_EQ(rowsOf(image), c.rows);
+    }
+}
+
+// One composer stepped through the frames, forwards and back, shows each
+// frame as a fresh read of that page does, for every disposal and for 8- and
+// 24-bit canvases.
+TEST(GifComposer, SteppingThroughFramesEqualsReadingEachAfresh) {
+    for (int disposal : {0, 1, 2, 3}) {
+        for (bool localTable : {false, true}) {
+            SCOPED_TRACE(testing::Message() << "disposal " << disposal << " local " << localTable);
+            const std::string bytes = gifBytes(threeFrames(disposal, localTable));
+            auto file =
+                InFile::overMemory({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
+            Image walked;
+            gif::Screen screen;
+            gif::walkScreen(*file, walked, screen);
+            gif::GifComposer composer(*file, screen, Limits{});
+            for (uint32_t page : {1u, 2u, 3u, 2u, 3u, 1u}) {
+                composer.composeTo(page, ReadOptions{});
+                EXPECT_EQ(composer.composed(), page);
+                const Image fresh = readGif(bytes, page);
+                EXPECT_EQ(composer.canvas().bitsPerPixel(), fresh.bitsPerPixel());
+                EXPECT_TRUE(test::samePixels(composer.canvas(), fresh)) << "page " << page;
+            }
+        }
     }
 }
 
