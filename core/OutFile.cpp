@@ -12,10 +12,10 @@
 namespace vivark {
 namespace {
 
-ssize_t writeOnce(int handle, const uint8_t* data, size_t count) {
+ssize_t writeOnce(int handle, const uint8_t* data, size_t count, int64_t position) {
     ssize_t done;
     do {
-        done = ::write(handle, data, count);
+        done = ::pwrite(handle, data, count, static_cast<off_t>(position));
     } while (done < 0 && errno == EINTR);
     return done;
 }
@@ -49,6 +49,12 @@ void OutFile::attach(int handle, bool owns) {
 
 void OutFile::write(const void* data, size_t count) {
     auto* in = static_cast<const uint8_t*>(data);
+    if (count >= bufferSize_) {
+        // A block larger than the buffer goes out as it is, without a copy.
+        flush();
+        writeAt(in, count);
+        return;
+    }
     while (count != 0) {
         if (current_ == limit_) flush();
         size_t n = std::min(count, static_cast<size_t>(limit_ - current_));
@@ -59,26 +65,24 @@ void OutFile::write(const void* data, size_t count) {
     }
 }
 
-void OutFile::flush() {
-    size_t n = static_cast<size_t>(current_ - buffer_.get());
-    if (n > 0) {
-        if (::lseek(handle_, position_, SEEK_SET) != position_) throw OUTFILEERROR::SeekFailed;
-        ssize_t done = writeOnce(handle_, buffer_.get(), n);
-        if (done < 0) throwWriteFailure(done, errno);
-        if (static_cast<size_t>(done) != n) {
-            // A short write to a file means the space ran out; the write of the
-            // rest lets the system say so (no space, or some other failure).
-            ssize_t rest = writeOnce(handle_, buffer_.get() + done, n - done);
-            if (rest <= 0) throwWriteFailure(rest, errno);
-            if (static_cast<size_t>(rest) != n - static_cast<size_t>(done))
-                throw OUTFILEERROR::WriteFailed;
-        }
-        off_t at = ::lseek(handle_, 0, SEEK_CUR);
-        if (at < 0) throw OUTFILEERROR::SeekFailed;
-        position_ = at;
-        std::memset(buffer_.get(), 0, n);
+void OutFile::writeAt(const uint8_t* data, size_t n) {
+    ssize_t done = writeOnce(handle_, data, n, position_);
+    if (done < 0) throwWriteFailure(done, errno);
+    if (static_cast<size_t>(done) != n) {
+        // A short write to a file means the space ran out; the write of the
+        // rest lets the system say so (no space, or some other failure).
+        ssize_t rest = writeOnce(handle_, data + done, n - done, position_ + done);
+        if (rest <= 0) throwWriteFailure(rest, errno);
+        if (static_cast<size_t>(rest) != n - static_cast<size_t>(done))
+            throw OUTFILEERROR::WriteFailed;
     }
+    position_ += static_cast<int64_t>(n);
+}
+
+void OutFile::flush() {
+    const size_t n = static_cast<size_t>(current_ - buffer_.get());
     current_ = buffer_.get();
+    if (n > 0) writeAt(buffer_.get(), n);
 }
 
 void OutFile::seek(int64_t position) {

@@ -65,6 +65,9 @@ class OutFile {
     int handle() const { return handle_; }
 
   private:
+    // Writes `n` bytes at position_ and moves it on.
+    void writeAt(const uint8_t* data, size_t n);
+
     template <size_t N, class Value, class Store>
     void writeValue(Value v, Store store) {
         if (static_cast<size_t>(limit_ - current_) < N) flush();

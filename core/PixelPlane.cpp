@@ -1,7 +1,12 @@
 // Size checks, allocation and copy-on-write of pixel planes.
 #include "core/PixelPlane.h"
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 #include <atomic>
+#include <cstddef>
 #include <cstring>
 #include <stdexcept>
 
@@ -9,8 +14,48 @@
 
 namespace vivark {
 
+namespace {
+
+#if defined(__linux__)
+constexpr size_t kHugePage = size_t{2} << 20;
+// Blocks from this size on are mapped; smaller ones come from the heap.
+constexpr size_t kMappedFrom = size_t{4} << 20;
+#endif
+
+}  // namespace
+
 PixelBuffer::PixelBuffer(uint32_t size, bool clear) : size_(size) {
-    if (size != 0) block_.reset(clear ? new uint8_t[size]() : new uint8_t[size]);
+    if (size == 0) return;
+#if defined(__linux__)
+    if (size >= kMappedFrom) {
+        // Mapped with room to start on a huge-page boundary; anonymous pages
+        // are zero, so `clear` needs no pass.
+        const size_t wanted = (size_t{size} + kHugePage - 1) / kHugePage * kHugePage;
+        const size_t length = wanted + kHugePage;
+        void* region =
+            ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (region != MAP_FAILED) {
+            const uintptr_t start = reinterpret_cast<uintptr_t>(region);
+            const uintptr_t aligned = (start + kHugePage - 1) / kHugePage * kHugePage;
+            (void)::madvise(reinterpret_cast<void*>(aligned), wanted, MADV_HUGEPAGE);
+            mapping_ = region;
+            mappedBytes_ = length;
+            block_ = reinterpret_cast<uint8_t*>(aligned);
+            return;
+        }
+    }
+#endif
+    block_ = clear ? new uint8_t[size]() : new uint8_t[size];
+}
+
+PixelBuffer::~PixelBuffer() {
+#if defined(__linux__)
+    if (mapping_ != nullptr) {
+        ::munmap(mapping_, mappedBytes_);
+        return;
+    }
+#endif
+    delete[] block_;
 }
 
 PixelPlane::PixelPlane(uint32_t width, uint32_t height, uint32_t bitsPerPixel, bool clear) {
@@ -24,6 +69,14 @@ PixelPlane::PixelPlane(uint32_t width, uint32_t height, uint32_t bitsPerPixel, b
     rowStride_ = static_cast<uint32_t>(stride);
     dataSize_ = static_cast<uint32_t>(size);
     buffer_ = std::make_shared<PixelBuffer>(dataSize_, clear);
+    if (!clear) {
+        // A reader fills the pixels; the padding past each row's last byte
+        // is zeroed here so that a plane's bytes never depend on the heap.
+        const uint32_t used = static_cast<uint32_t>((uint64_t{width} * bitsPerPixel + 7) / 8);
+        if (used < rowStride_)
+            for (uint32_t y = 0; y < height_; ++y)
+                std::memset(buffer_->data() + size_t{y} * rowStride_ + used, 0, rowStride_ - used);
+    }
 }
 
 PixelPlane::PixelPlane(uint32_t width, uint32_t height, uint32_t bitsPerPixel,

@@ -2,6 +2,10 @@
 // the red-blue swap. Kept to plain loops the compiler can vectorise.
 #include "core/RowOps.h"
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include <cstring>
 
 namespace vivark {
@@ -43,7 +47,18 @@ void expandToBgr(const uint8_t* indices, const Palette& palette, uint8_t* bgr, u
     }
 }
 
-void swapRedBlue(const uint8_t* source, uint8_t* destination, uint32_t count) {
+void expandToRgb(const uint8_t* indices, const Palette& palette, uint8_t* rgb, uint32_t count) {
+    for (uint32_t x = 0; x < count; ++x) {
+        const Colour c = palette[indices[x]];
+        rgb[3 * x] = redOf(c);
+        rgb[3 * x + 1] = greenOf(c);
+        rgb[3 * x + 2] = blueOf(c);
+    }
+}
+
+namespace {
+
+void swapRedBluePortable(const uint8_t* source, uint8_t* destination, uint32_t count) {
     for (uint32_t x = 0; x < count; ++x) {
         const uint8_t first = source[3 * x];
         const uint8_t second = source[3 * x + 1];
@@ -52,6 +67,44 @@ void swapRedBlue(const uint8_t* source, uint8_t* destination, uint32_t count) {
         destination[3 * x + 1] = second;
         destination[3 * x + 2] = first;
     }
+}
+
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+// Five pixels a step with one byte shuffle: 16 bytes are loaded and stored,
+// the 16th (the next pixel's first byte) rewritten by the following step or
+// by the tail, so a step needs six pixels of room on both sides.
+__attribute__((target("ssse3"))) void swapRedBlueSsse3(const uint8_t* source, uint8_t* destination,
+                                                       uint32_t count) {
+    const __m128i order = _mm_setr_epi8(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15);
+    uint32_t x = 0;
+    for (; x + 6 <= count; x += 5) {
+        const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + 3 * x));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(destination + 3 * x),
+                         _mm_shuffle_epi8(pixels, order));
+    }
+    swapRedBluePortable(source + 3 * x, destination + 3 * x, count - x);
+}
+
+using SwapFunction = void (*)(const uint8_t*, uint8_t*, uint32_t);
+
+SwapFunction chooseSwap() {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("ssse3") ? swapRedBlueSsse3 : swapRedBluePortable;
+}
+#else
+using SwapFunction = void (*)(const uint8_t*, uint8_t*, uint32_t);
+
+SwapFunction chooseSwap() {
+    return swapRedBluePortable;
+}
+#endif
+
+}  // namespace
+
+// Chosen once for the processor, then called once per row.
+void swapRedBlue(const uint8_t* source, uint8_t* destination, uint32_t count) {
+    static const SwapFunction swap = chooseSwap();
+    swap(source, destination, count);
 }
 
 }  // namespace vivark

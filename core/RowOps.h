@@ -26,6 +26,10 @@ void packIndices(const uint8_t* indices, uint8_t* packed, uint32_t count, unsign
 // Writes three bytes (blue, green, red) per index, looked up in `palette`.
 void expandToBgr(const uint8_t* indices, const Palette& palette, uint8_t* bgr, uint32_t count);
 
+// Writes three bytes (red, green, blue) per index: the order of files that
+// store colour red first.
+void expandToRgb(const uint8_t* indices, const Palette& palette, uint8_t* rgb, uint32_t count);
+
 // Copies `count` three-byte pixels, swapping their first and third bytes
 // (red-green-blue to blue-green-red and back). Source and destination may be
 // the same buffer.

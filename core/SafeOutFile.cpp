@@ -136,7 +136,7 @@ void SafeOutFile::copyTemporaryTo(int fd) {
 void SafeOutFile::commit() {
     int fd = out_.handle();
     out_.flush();
-    if (commit_ == Commit::Rename && fd >= 0 && ::fsync(fd) != 0 && errno != EINVAL) {
+    if (durable_ && commit_ == Commit::Rename && fd >= 0 && ::fsync(fd) != 0 && errno != EINVAL) {
         throw errno == ENOSPC ? OUTFILEERROR::DiskFull : OUTFILEERROR::WriteFailed;
     }
     out_.close();

@@ -2,7 +2,7 @@
 //
 // A writer never writes into its target directly. SafeOutFile creates a
 // temporary file beside the target (same directory, so the final rename is
-// atomic), hands out its OutFile, and on commit() flushes, syncs and renames
+// atomic), hands out its OutFile, and on commit() flushes and renames
 // it over the target. Destroyed without commit (a failure, a cancel), it
 // removes the temporary file: no partial file is ever left and an existing
 // target, which may be the source image itself, is untouched.
@@ -47,7 +47,15 @@ class SafeOutFile {
     const std::filesystem::path& temporaryPath() const { return temporary_; }
     const std::filesystem::path& target() const { return target_; }
 
-    // Flushes, syncs and renames the finished file over the target.
+    // Asks commit() to have the file's bytes on the disk before the rename,
+    // for a caller that will then delete the source (a conversion that
+    // replaces its originals). Without it a commit survives any failure,
+    // cancel or signal of the process, as other tools' outputs do, but not a
+    // crash of the system; syncing every file of a batch would cost more than
+    // the decoding.
+    void setDurable(bool durable) { durable_ = durable; }
+
+    // Flushes, syncs when durable, and renames the finished file over the target.
     // Throws OUTFILEERROR on a write failure, CREATEERROR::CannotReplace when
     // the rename fails.
     void commit();
@@ -65,6 +73,7 @@ class SafeOutFile {
     int descriptor_ = -1;  // the open descriptor written to, or -1
     OutFile out_;
     bool committed_ = false;
+    bool durable_ = false;
 };
 
 }  // namespace vivark

@@ -12,7 +12,7 @@ packages=(
   clang libclang-rt-14-dev clang-format
   zlib1g-dev libpng-dev libgif-dev libdeflate-dev
   ccache
-  netpbm imagemagick libtiff-tools giflib-tools uudeview sharutils
+  netpbm imagemagick libtiff-tools giflib-tools uudeview sharutils libjpeg-turbo-progs
   ghostscript poppler-utils xvfb x11-apps
 )
 

@@ -117,7 +117,8 @@ void GifComposer::drawFrame(const Frame& frame, const ReadOptions* progress) {
 void GifComposer::dispose(const Frame& frame) {
     const uint32_t width = canvas_.width(), height = canvas_.height();
     const uint32_t left = std::min(frame.left, width), top = std::min(frame.top, height);
-    const uint32_t w = std::min(frame.width, width - left), h = std::min(frame.height, height - top);
+    const uint32_t w = std::min(frame.width, width - left),
+                   h = std::min(frame.height, height - top);
     const size_t rowBytes = size_t{w} * bytesPerPixel_;
     if (frame.disposal == 2) {
         fillRect(left, top, w, h);

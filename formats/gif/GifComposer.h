@@ -83,10 +83,10 @@ class GifComposer {
     const Screen& screen_;
     Image canvas_;
     uint32_t bytesPerPixel_ = 1;
-    uint32_t drawn_ = 0;           // frames drawn; the last one's disposal is pending
-    bool stale_ = false;           // a failed or cancelled frame left the canvas half drawn
-    std::vector<uint8_t> saved_;   // what a "restore to previous" frame covered
-    std::vector<uint8_t> row_;     // one decoded row of a frame
+    uint32_t drawn_ = 0;          // frames drawn; the last one's disposal is pending
+    bool stale_ = false;          // a failed or cancelled frame left the canvas half drawn
+    std::vector<uint8_t> saved_;  // what a "restore to previous" frame covered
+    std::vector<uint8_t> row_;    // one decoded row of a frame
 };
 
 }  // namespace vivark::gif

@@ -205,7 +205,7 @@ void JpegReader::readInto(Image& image, const ReadOptions& options) {
     if (!options.limits.allows(outW, outH, bits)) throw IMAGEERROR::TooLarge;
     if (components != 1 && components != 3 && components != 4) throw JPEGERROR::BadHeader;
 
-    Image result(outW, outH, bits, true);
+    Image result(outW, outH, bits, false);  // every row is decoded into it
     if (bits == 8) result.setGreyPalette();
     std::vector<uint8_t> row(size_t{width} * components);
     pixel_.resize(size_t{width} * 3);

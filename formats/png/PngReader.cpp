@@ -275,7 +275,8 @@ void PngReader::decodeImage(ChunkInput& chunks, Image& image, const ReadOptions&
     const uint64_t bufferBytes = uint64_t{bytesPerPixel_} * width_ + bytesPerPixel_;
     if (!options.limits.allows(width_, height_, bits) || bufferBytes > options.limits.maxBytes)
         throw IMAGEERROR::TooLarge;
-    image.plane = PixelPlane(width_, height_, bits, true);
+    // Every pixel is decoded; an interlaced image shown pass by pass starts clear.
+    image.plane = PixelPlane(width_, height_, bits, interlaced_);
     if (colourClass_ & kClassGrey) image.setGreyPalette(std::min<unsigned>(depth_, 8));
     if (seen_ & kSeenPhys) {
         image.resolution =

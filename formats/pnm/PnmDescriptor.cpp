@@ -55,7 +55,7 @@ const WriterEntry kPnmWriters[] = {
      {"ppm"},
      {"ppm"},
      makeTag("PPM "),
-     depthSet({24}),
+     depthSet({1, 4, 8, 24}),  // palette images are looked up row by row
      ColourNeed::Any,
      writePortablePixmap},
     {"PBMPlus Portable Anymap",

@@ -1,6 +1,7 @@
 // The PBMPlus writers: header, then raw rows or plain text lines.
 #include "formats/pnm/PnmWriter.h"
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -66,8 +67,35 @@ void writePnm(const Image& image, OutFile& out, Kind kind, bool raw, ProgressCal
     PlainLines lines(out, kind != Kind::Bitmap);
     for (uint32_t y = 0; y < height; ++y) {
         const uint8_t* row = image.plane.row(y);
+        // Colour rows: red first, from a palette or from blue-first pixels.
+        const uint8_t* ix = row;
+        if (kind == Kind::Pixmap && image.hasPalette() && image.bitsPerPixel() != 8) {
+            unpackIndices(row, indices.data(), width, image.bitsPerPixel());
+            ix = indices.data();
+        }
+        auto toRgb = [&](uint8_t* rgb) {
+            if (image.hasPalette())
+                expandToRgb(ix, image.palette, rgb, width);
+            else
+                swapRedBlue(row, rgb, width);
+        };
+        if (kind == Kind::Pixmap && raw) {
+            // Straight into the output buffer: the one pass the row needs.
+            const size_t bytes = size_t{width} * 3;
+            std::span<uint8_t> space = out.space();
+            if (space.size() < bytes) {
+                out.flush();
+                space = out.space();
+            }
+            if (space.size() >= bytes) {
+                toRgb(space.data());
+                out.advance(bytes);
+                if (progressCancelled(progress, y + 1, height)) throw OUTFILEERROR::Cancelled;
+                continue;
+            }
+        }
         if (kind == Kind::Pixmap) {
-            swapRedBlue(row, samples.data(), width);
+            toRgb(samples.data());
         } else {
             unpackIndices(row, indices.data(), width, image.bitsPerPixel());
             for (uint32_t x = 0; x < width; ++x) {
@@ -117,8 +145,6 @@ void writePortableAnymap(const Image& image, OutFile& out, const SaveOptions& op
         writePnm(image, out, Kind::Bitmap, raw, progress);
     else if (image.hasPalette() && image.isGrey())
         writePnm(image, out, Kind::Graymap, raw, progress);
-    else if (image.hasPalette())
-        writePnm(expandToTrueColour(image), out, Kind::Pixmap, raw, progress);
     else
         writePnm(image, out, Kind::Pixmap, raw, progress);
 }

@@ -1,5 +1,5 @@
 // The PBMPlus writers: "PBMPlus Portable Bitmap" (1-bit images), "...
-// Graymap" (8-bit images with a grey palette), "... Pixmap" (24-bit images)
+// Graymap" (8-bit images with a grey palette), "... Pixmap" (24-bit and palette images)
 // and "... Anymap", which picks by content: a black-and-white palette gives a
 // bitmap, a grey palette a graymap, anything else a pixmap.
 //

@@ -30,9 +30,12 @@ TEST(SaveDispatch, ConversionWidensExpandsOrRefuses) {
         const char* writer;
         uint32_t bits;  // 0: refused
     } cases[] = {
-        {"b&w to pbm", bw, "pbm", 1},           {"grey 4 to pgm", grey4, "pgm", 8},
-        {"palette to ppm", colour8, "ppm", 24}, {"24 to bmp", deep, "bmp", 24},
-        {"24 to pgm", deep, "pgm", 0},          {"colour to pgm", colour8, "pgm", 0},
+        {"b&w to pbm", bw, "pbm", 1},
+        {"grey 4 to pgm", grey4, "pgm", 8},
+        {"palette to ppm (looked up by the writer)", colour8, "ppm", 8},
+        {"24 to bmp", deep, "bmp", 24},
+        {"24 to pgm", deep, "pgm", 0},
+        {"colour to pgm", colour8, "pgm", 0},
     };
     StoredSaveOptions options;
     for (const auto& c : cases) {
