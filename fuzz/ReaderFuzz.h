@@ -1,6 +1,6 @@
-// The body every reader's fuzz harness shares: read one image from the bytes
-// through an InFile of the chosen buffer size, with pixel memory capped at
-// 64 MiB, and touch every pixel, palette entry and information item so the
+// The body of the readers' fuzz harness: read one image from the bytes
+// through an InFile of the chosen buffer size, within the caller's limits,
+// and touch every pixel, palette entry and information item so the
 // sanitizers see any byte the reader left unwritten.
 //
 // The error values of the system's own (plain enumerations) are the expected
@@ -21,13 +21,10 @@
 namespace vivark::fuzz {
 
 template <class MakeReader>
-int readImage(std::span<const uint8_t> bytes, size_t bufferSize, uint32_t pageNumber,
+int readImage(std::span<const uint8_t> bytes, size_t bufferSize, const ReadOptions& options,
               MakeReader makeReader) {
     auto file = InFile::overMemory(bytes, bufferSize);
-    ReadOptions options;
-    options.limits.maxBytes = 64u << 20;
     Image image;
-    image.pageNumber = pageNumber;
     try {
         makeReader(*file)->read(image, options);
     } catch (const std::exception&) {
