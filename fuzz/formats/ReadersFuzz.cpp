@@ -52,7 +52,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint8_t control = data[size - 2];
     const uint8_t selector = data[size - 1];
     std::vector<uint8_t> bytes(data, data + size - 2);
-    if ((control & 0x80) && bytes.size() >= 8 && std::equal(kPngSignature, kPngSignature + 8, bytes.begin()))
+    if ((control & 0x80) && bytes.size() >= 8 &&
+        std::equal(kPngSignature, kPngSignature + 8, bytes.begin()))
         fixCrcs(bytes);
 
     const FormatEntry* entry = nullptr;

@@ -1,6 +1,5 @@
 // PCX and DCX: netpbm's files of every plane layout against netpbm's decoding,
-// hand-made headers for palette rules and refusals, DCX pages, round trips
-// and truncation at every byte.
+// hand-made headers for palette rules and refusals, DCX pages and round trips.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -140,6 +139,7 @@ TEST(Pcx, MalformedHeadersAreRefusedWithTheirError) {
     }
     try {
         readFromBytes(header(1, 1, 8, 1, 4, 4, 4).s + std::string(64, '\x01'), makePcxReader);
+        ADD_FAILURE() << "not refused";
     } catch (PCXERROR) {
         EXPECT_EQ(messageText(loadMessageForCurrentException()), "Invalid or unsupported file");
     }
@@ -186,21 +186,6 @@ TEST(Pcx, OurFilesOfEveryDepthRoundTrip) {
     SaveOptionOverlay off(stored);
     off.set(saveKey::PcxEnable24bit, 0);
     EXPECT_THROW(writeToBytes(patternImage(4, 4, 24), writePcx, off), PCXERROR);
-}
-
-TEST(Pcx, EveryTruncationFailsCleanlyThroughSmallBuffers) {
-    for (const char* name : {"p4x1.pcx", "b2p1.pcx", "b8p3.pcx"}) {
-        const std::string sample = readWholeFile(kGood + name);
-        for (size_t cut = 0; cut < sample.size(); ++cut) {
-            try {
-                readFromBytes(std::string_view(sample).substr(0, cut), makePcxReader, {},
-                              cut % 3 + 1);
-            } catch (PCXERROR) {
-            } catch (INFILEERROR e) {
-                EXPECT_EQ(e, INFILEERROR::UnexpectedEnd);
-            }
-        }
-    }
 }
 
 }  // namespace

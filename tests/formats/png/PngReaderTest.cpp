@@ -250,22 +250,6 @@ TEST(PngIdentify, WalksTheChunksBeforeIhdrAndReportsIt) {
     }
 }
 
-TEST(PngReader, ShortFilesFailInTheirOwnWords) {
-    PngLayout l = noiseLayout(19, 11, 6, 16, true, 99);
-    l.idatSize = 64;
-    const std::string bytes = test::writeWithLibpng(l);
-    for (size_t cut = 0; cut < bytes.size(); ++cut) {
-        try {
-            readPng(bytes.substr(0, cut));
-            ADD_FAILURE() << "a file cut at " << cut << " was read";
-        } catch (INFILEERROR e) {
-            EXPECT_EQ(e, INFILEERROR::UnexpectedEnd);
-        } catch (PNGERROR) {
-        } catch (ZIPERROR) {
-        }
-    }
-}
-
 TEST(PngReader, PhysBecomesTheResolution) {
     for (auto unit : {ResolutionUnit::Ratio, ResolutionUnit::PerMetre}) {
         const std::string phys("\0\0\x0B\x13\0\0\x05\x89", 8);

@@ -1,6 +1,6 @@
 // Targa: netpbm's and ImageMagick's files of every type against the tools'
 // decoding, hand-made headers for 16-bit pixels, orientation, runs across rows
-// and refusals, round trips and truncation.
+// and refusals, and round trips.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -133,6 +133,7 @@ TEST(Tga, MalformedHeadersAreRefusedWithTheirError) {
     }
     try {
         readFromBytes(cases[0].head.s + std::string(2000, '\x01'), makeTgaReader);
+        ADD_FAILURE() << "not refused";
     } catch (TGAERROR) {
         EXPECT_EQ(messageText(loadMessageForCurrentException()), "Colormap too large");
     }
@@ -160,21 +161,6 @@ TEST(Tga, OurFilesRoundTripUnderEverySetting) {
                       (settings & 2 ? 0 : 0x20) | (settings & 4 ? 0x10 : 0));
             const Image back = readFromBytes(file, makeTgaReader);
             EXPECT_TRUE(samePixels(back, original));
-        }
-    }
-}
-
-TEST(Tga, EveryTruncationFailsCleanlyThroughSmallBuffers) {
-    for (const char* name : {"nb-cmap-rle.tga", "nb-rgb.tga", "im-rgba-rle.tga"}) {
-        const std::string sample = readWholeFile(kGood + name);
-        for (size_t cut = 0; cut < sample.size(); ++cut) {
-            try {
-                readFromBytes(std::string_view(sample).substr(0, cut), makeTgaReader, {},
-                              cut % 3 + 1);
-            } catch (TGAERROR) {
-            } catch (INFILEERROR e) {
-                EXPECT_EQ(e, INFILEERROR::UnexpectedEnd);
-            }
         }
     }
 }

@@ -1,0 +1,281 @@
+// Checks that run over every format of the registry at once, so a new format
+// is covered by adding its entry (and, for its reader, a sample):
+//  - every writer, at every depth it takes, writes a file that an independent
+//    decoder (netpbm, libjpeg's djpeg, ImageMagick) reads back to the same
+//    pixels (within a few levels for JPEG);
+//  - every reader, fed its samples (the files the writers made and the ones
+//    committed under tests/formats/*/good/) cut short anywhere, ends with a
+//    message of the error model, never a crash or an unmapped error;
+//  - a read through a one-byte buffer equals a read of the whole buffer.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/ByteOrder.h"
+#include "core/InFile.h"
+#include "formats/FormatTable.h"
+#include "formats/Loader.h"
+#include "formats/SaveDispatch.h"
+#include "support/ImageTestUtil.h"
+
+namespace vivark {
+namespace {
+
+struct Sample {
+    std::string name;
+    std::string bytes;
+};
+
+struct Written {
+    const WriterEntry* writer;
+    uint32_t bits;
+    Image source;  // as the save path handed it to the writer
+    std::filesystem::path file;
+};
+
+// The first extension of the writer, or "bin".
+std::string extensionOf(const WriterEntry& writer) {
+    return writer.extensions.size() != 0 ? std::string(*writer.extensions.begin()) : "bin";
+}
+
+// A picture of odd size (so rows are padded and bits straddle bytes) for a
+// writer at `bits`, converted as the save path converts it.
+Image sourceFor(const WriterEntry& writer, uint32_t bits) {
+    if (writer.formatTag == makeTag("JFIF")) {
+        // A lossy writer gets smooth ramps, which it keeps within a few levels.
+        Image image(37, 23, bits);
+        if (bits == 8) {
+            for (uint32_t i = 0; i < 256; ++i) image.palette[i] = rgb(i, 255 - i / 2, i / 3 + 40);
+            image.paletteCount = 256;
+        }
+        for (uint32_t y = 0; y < image.height(); ++y) {
+            uint8_t* row = image.plane.mutableRow(y);
+            for (uint32_t x = 0; x < image.width(); ++x) {
+                if (bits == 8) {
+                    row[x] = uint8_t(x * 3 + y * 2);
+                } else {
+                    row[3 * x] = uint8_t(x * 5);
+                    row[3 * x + 1] = uint8_t(y * 8);
+                    row[3 * x + 2] = uint8_t(128 + x * 2 - y * 2);
+                }
+            }
+        }
+        return image;
+    }
+    Image image = test::patternImage(37, 23, bits);
+    if (writer.colourNeed == ColourNeed::Grey && bits == 8) image.setGreyPalette();
+    if (writer.colourNeed == ColourNeed::BlackAndWhite || bits == 1) {
+        image.palette[0] = rgb(0, 0, 0);
+        image.palette[1] = rgb(255, 255, 255);
+    }
+    return image;
+}
+
+// Every writer at every depth it takes, written once into `dir`.
+const std::vector<Written>& writtenFiles() {
+    static test::TempDir dir;
+    static const std::vector<Written> files = [] {
+        std::vector<Written> list;
+        StoredSaveOptions options;
+        for (const WriterEntry* writer : writerTable()) {
+            for (uint32_t bits : {1u, 4u, 8u, 24u}) {
+                if (!writer->accepts(bits)) continue;
+                Written w{writer, bits, sourceFor(*writer, bits), {}};
+                w.file = dir / (std::string(*writer->shortNames.begin()) + "-" +
+                                std::to_string(bits) + "." + extensionOf(*writer));
+                w.source = convertForWriter(w.source, *writer, options);
+                saveImage(w.source, w.file, *writer, options);
+                list.push_back(std::move(w));
+            }
+        }
+        return list;
+    }();
+    return files;
+}
+
+const std::vector<Sample>& samples() {
+    static const std::vector<Sample> list = [] {
+        std::vector<Sample> all;
+        for (const Written& w : writtenFiles())
+            all.push_back({w.file.filename().string(), test::readWholeFile(w.file)});
+        const std::filesystem::path root = std::filesystem::path(VIVARK_TEST_DATA) / "formats";
+        for (const auto& family : std::filesystem::directory_iterator(root)) {
+            const auto good = family.path() / "good";
+            if (!std::filesystem::is_directory(good)) continue;
+            for (const auto& file : std::filesystem::directory_iterator(good)) {
+                if (file.path().extension() == ".md") continue;
+                all.push_back({family.path().filename().string() + "/" +
+                                   file.path().filename().string(),
+                               test::readWholeFile(file.path())});
+            }
+        }
+        return all;
+    }();
+    return list;
+}
+
+LoadResult loadBytes(Image& image, const std::string& bytes, size_t bufferSize = 0) {
+    auto file = InFile::overMemory({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()},
+                                   bufferSize);
+    return load(image, *file, ReadOptions{});
+}
+
+// A raw PNM (P4, P5, P6, maxval 255) as colours, top row first.
+struct Decoded {
+    uint32_t width = 0, height = 0;
+    std::vector<Colour> pixels;
+};
+
+bool parsePnm(const std::string& text, Decoded& out) {
+    size_t at = 0;
+    auto token = [&]() {
+        for (;;) {
+            while (at < text.size() && isspace(static_cast<unsigned char>(text[at]))) ++at;
+            if (at < text.size() && text[at] == '#') {
+                while (at < text.size() && text[at] != '\n') ++at;
+                continue;
+            }
+            break;
+        }
+        const size_t start = at;
+        while (at < text.size() && !isspace(static_cast<unsigned char>(text[at]))) ++at;
+        return text.substr(start, at - start);
+    };
+    const std::string magic = token();
+    if (magic != "P4" && magic != "P5" && magic != "P6") return false;
+    out.width = std::stoul(token());
+    out.height = std::stoul(token());
+    if (magic != "P4" && token() != "255") return false;
+    ++at;  // the one whitespace before the raster
+    const size_t rowBytes = magic == "P4" ? (out.width + 7) / 8 : out.width * (magic == "P6" ? 3 : 1);
+    if (text.size() < at + rowBytes * out.height) return false;
+    for (uint32_t y = 0; y < out.height; ++y) {
+        const auto* row = reinterpret_cast<const uint8_t*>(text.data() + at + y * rowBytes);
+        for (uint32_t x = 0; x < out.width; ++x) {
+            if (magic == "P4") {
+                const bool black = (row[x / 8] >> (7 - x % 8)) & 1;
+                out.pixels.push_back(black ? rgb(0, 0, 0) : rgb(255, 255, 255));
+            } else if (magic == "P5") {
+                out.pixels.push_back(rgb(row[x], row[x], row[x]));
+            } else {
+                out.pixels.push_back(rgb(row[3 * x], row[3 * x + 1], row[3 * x + 2]));
+            }
+        }
+    }
+    return true;
+}
+
+// The independent decoder of a writer's files: netpbm's converter for the
+// format where it has one (ImageMagick 6 turns some bottom-up files over),
+// libjpeg's djpeg for JPEG, ImageMagick otherwise.
+std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file) {
+    static const std::map<std::string, std::string> kNetpbm = {
+        {"gif", "giftopnm"}, {"bmp", "bmptopnm"}, {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
+        {"png", "pngtopnm"}, {"pbm", "pamtopnm"}, {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
+        {"pnm", "pamtopnm"}, {"jpg", "djpeg -pnm"}};
+    const std::string ext = extensionOf(writer);
+    const auto found = kNetpbm.find(ext);
+    const std::string quoted = "'" + file.string() + "'";
+    if (found != kNetpbm.end()) return found->second + " " + quoted + " 2>/dev/null";
+    if (ext == "dcx") {
+        // A DCX holds PCX pages: its first page, from the offset at byte 4,
+        // goes to netpbm's PCX decoder.
+        const std::string bytes = test::readWholeFile(file);
+        const uint32_t offset =
+            bytes.size() >= 8 ? loadLE32(reinterpret_cast<const uint8_t*>(bytes.data()) + 4) : 0;
+        return "tail -c +" + std::to_string(offset + 1) + " " + quoted + " | pcxtoppm 2>/dev/null";
+    }
+    return "convert-im6.q16 " + quoted + "[0] -depth 8 ppm:- 2>/dev/null";
+}
+
+std::string run(const std::string& command) {
+    std::string output;
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    if (!pipe) return output;
+    char buffer[65536];
+    size_t n;
+    while ((n = fread(buffer, 1, sizeof buffer, pipe.get())) > 0) output.append(buffer, n);
+    return output;
+}
+
+TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
+    if (std::system("command -v pamtopnm >/dev/null && command -v convert-im6.q16 >/dev/null") != 0)
+        GTEST_SKIP() << "netpbm and ImageMagick are needed (scripts/setup.sh)";
+    ASSERT_FALSE(writtenFiles().empty());
+    for (const Written& w : writtenFiles()) {
+        SCOPED_TRACE(w.file.filename().string());
+        Decoded decoded;
+        ASSERT_TRUE(parsePnm(run(decoderCommand(*w.writer, w.file)), decoded));
+        ASSERT_EQ(decoded.width, w.source.width());
+        ASSERT_EQ(decoded.height, w.source.height());
+        const bool lossy = w.writer->formatTag == makeTag("JFIF");
+        int worst = 0;
+        double total = 0;
+        for (uint32_t y = 0; y < decoded.height; ++y) {
+            for (uint32_t x = 0; x < decoded.width; ++x) {
+                const Colour want = test::colourAt(w.source, x, y);
+                const Colour got = decoded.pixels[size_t{y} * decoded.width + x];
+                for (int shift : {0, 8, 16}) {
+                    const int error = std::abs(int(want >> shift & 0xFF) - int(got >> shift & 0xFF));
+                    worst = std::max(worst, error);
+                    total += error;
+                }
+            }
+        }
+        if (lossy) {
+            // Smooth ramps come back within a few levels on average; a
+            // swapped channel, a flipped image or a shifted row does not.
+            EXPECT_LE(total / (3.0 * decoded.width * decoded.height), 4.0);
+        } else {
+            EXPECT_EQ(worst, 0);
+        }
+    }
+}
+
+TEST(RegistryChecks, EverySampleCutShortEndsWithAMessageOfTheErrorModel) {
+    size_t loads = 0;
+    for (const Sample& sample : samples()) {
+        SCOPED_TRACE(sample.name);
+        Image whole;
+        const LoadResult full = loadBytes(whole, sample.bytes);
+        ASSERT_TRUE(full.completed) << messageText(full.message);
+        const size_t size = sample.bytes.size();
+        const size_t step = std::max<size_t>(1, size / 97);
+        for (size_t length = 0; length < size; length += step) {
+            Image image;
+            // Buffers of 1 to 3 bytes too, so the cut falls inside refills.
+            const LoadResult cut = loadBytes(image, sample.bytes.substr(0, length), length % 4);
+            ++loads;
+            if (cut.completed) continue;  // a format that reads a short file
+            EXPECT_NE(cut.message, msg::Unknown) << "cut after " << length;
+            EXPECT_FALSE(messageText(cut.message).empty()) << "cut after " << length;
+        }
+    }
+    EXPECT_GT(samples().size(), 80u);
+    EXPECT_GT(loads, 5000u);
+}
+
+TEST(RegistryChecks, OneByteReadsGiveTheWholeBufferResult) {
+    for (const Sample& sample : samples()) {
+        SCOPED_TRACE(sample.name);
+        Image whole, trickle;
+        const LoadResult a = loadBytes(whole, sample.bytes);
+        const LoadResult b = loadBytes(trickle, sample.bytes, 1);
+        ASSERT_EQ(a.completed, b.completed);
+        EXPECT_EQ(a.message, b.message);
+        if (!a.completed) continue;
+        EXPECT_EQ(whole.bitsPerPixel(), trickle.bitsPerPixel());
+        EXPECT_TRUE(test::samePixels(whole, trickle));
+        EXPECT_EQ(whole.info.size(), trickle.info.size());
+        EXPECT_EQ(whole.comment, trickle.comment);
+        EXPECT_EQ(whole.pageCount, trickle.pageCount);
+    }
+}
+
+}  // namespace
+}  // namespace vivark
