@@ -109,9 +109,9 @@ const std::vector<Sample>& samples() {
             if (!std::filesystem::is_directory(good)) continue;
             for (const auto& file : std::filesystem::directory_iterator(good)) {
                 if (file.path().extension() == ".md") continue;
-                all.push_back({family.path().filename().string() + "/" +
-                                   file.path().filename().string(),
-                               test::readWholeFile(file.path())});
+                all.push_back(
+                    {family.path().filename().string() + "/" + file.path().filename().string(),
+                     test::readWholeFile(file.path())});
             }
         }
         return all;
@@ -152,7 +152,8 @@ bool parsePnm(const std::string& text, Decoded& out) {
     out.height = std::stoul(token());
     if (magic != "P4" && token() != "255") return false;
     ++at;  // the one whitespace before the raster
-    const size_t rowBytes = magic == "P4" ? (out.width + 7) / 8 : out.width * (magic == "P6" ? 3 : 1);
+    const size_t rowBytes =
+        magic == "P4" ? (out.width + 7) / 8 : out.width * (magic == "P6" ? 3 : 1);
     if (text.size() < at + rowBytes * out.height) return false;
     for (uint32_t y = 0; y < out.height; ++y) {
         const auto* row = reinterpret_cast<const uint8_t*>(text.data() + at + y * rowBytes);
@@ -175,8 +176,8 @@ bool parsePnm(const std::string& text, Decoded& out) {
 // libjpeg's djpeg for JPEG, ImageMagick otherwise.
 std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file) {
     static const std::map<std::string, std::string> kNetpbm = {
-        {"gif", "giftopnm"}, {"bmp", "bmptopnm"}, {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
-        {"png", "pngtopnm"}, {"pbm", "pamtopnm"}, {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
+        {"gif", "giftopnm"}, {"bmp", "bmptopnm"},  {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
+        {"png", "pngtopnm"}, {"pbm", "pamtopnm"},  {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
         {"pnm", "pamtopnm"}, {"jpg", "djpeg -pnm"}};
     const std::string ext = extensionOf(writer);
     const auto found = kNetpbm.find(ext);
@@ -221,7 +222,8 @@ TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
                 const Colour want = test::colourAt(w.source, x, y);
                 const Colour got = decoded.pixels[size_t{y} * decoded.width + x];
                 for (int shift : {0, 8, 16}) {
-                    const int error = std::abs(int(want >> shift & 0xFF) - int(got >> shift & 0xFF));
+                    const int error =
+                        std::abs(int(want >> shift & 0xFF) - int(got >> shift & 0xFF));
                     worst = std::max(worst, error);
                     total += error;
                 }
