@@ -9,6 +9,9 @@
 #include "codecs/jpeg/JpegLibrary.h"
 #include "core/Errors.h"
 #include "core/Messages.h"
+#include "core/RowOps.h"
+#include "core/pixels/ColourSpaces.h"
+#include "core/pixels/Orientation.h"
 #include "formats/jpeg/JpegExif.h"
 #include "formats/jpeg/JpegFormat.h"
 
@@ -22,54 +25,12 @@ const InfoFamily kJfifInfo = {
 
 namespace {
 
-// Where decoded pixel (x, y) of a w x h picture lands in the upright picture
-// (both counted from the top left), for EXIF orientations 1 to 8.
-struct Placement {
-    bool swap = false;  // the upright picture is h x w
-    bool mirrorX = false;
-    bool mirrorY = false;
-};
-
-Placement placementFor(uint8_t orientation) {
-    switch (orientation) {
-        case 2:
-            return {false, true, false};
-        case 3:
-            return {false, true, true};
-        case 4:
-            return {false, false, true};
-        case 5:
-            return {true, false, false};
-        case 6:
-            return {true, false, true};
-        case 7:
-            return {true, true, true};
-        case 8:
-            return {true, true, false};
-        default:
-            return {};
-    }
-}
-
-// The CMYK-to-RGB table: T[k][v] = v * k / 255 on the inverted samples.
-const std::array<std::array<uint8_t, 256>, 256>& cmykTable() {
-    static const auto table = [] {
-        std::array<std::array<uint8_t, 256>, 256> t{};
-        for (unsigned k = 0; k < 256; ++k)
-            for (unsigned v = 0; v < 256; ++v) t[k][v] = static_cast<uint8_t>(v * k / 255);
-        return t;
-    }();
-    return table;
-}
-
 class JpegReader final : public ImageReader {
   public:
     using ImageReader::ImageReader;
     void readInto(Image& image, const ReadOptions& options) override;
 
   private:
-    void storeRow(Image& out, const uint8_t* decoded, uint32_t y, const Placement& place,
-                  uint32_t components);
     std::vector<uint8_t> pixel_;
 };
 
@@ -86,44 +47,12 @@ constexpr bool kLibraryWritesBgr = false;
 // Decoded samples (grey, colour in kColourOutput's order, or inverted CMYK)
 // as the Image stores them: grey bytes or blue, green, red.
 void convertSamples(const uint8_t* s, uint8_t* d, uint32_t w, uint32_t components) {
-    if (components == 1 || (components == 3 && kLibraryWritesBgr)) {
+    if (components == 1 || (components == 3 && kLibraryWritesBgr))
         std::copy(s, s + size_t{w} * components, d);
-    } else if (components == 3) {
-        for (uint32_t x = 0; x < w; ++x, s += 3, d += 3) {
-            d[0] = s[2];
-            d[1] = s[1];
-            d[2] = s[0];
-        }
-    } else {
-        const auto& table = cmykTable();
-        for (uint32_t x = 0; x < w; ++x, s += 4, d += 3) {
-            const auto& k = table[s[3]];
-            d[0] = k[s[2]];
-            d[1] = k[s[1]];
-            d[2] = k[s[0]];
-        }
-    }
-}
-
-void JpegReader::storeRow(Image& out, const uint8_t* decoded, uint32_t y, const Placement& place,
-                          uint32_t components) {
-    const uint32_t w = place.swap ? out.height() : out.width();
-    const uint32_t h = place.swap ? out.width() : out.height();
-    const uint32_t bytes = components == 1 ? 1 : 3;
-    uint8_t* const data = out.plane.mutableData();
-    const uint32_t sy = place.mirrorY ? h - 1 - y : y;
-    if (!place.swap && !place.mirrorX) {
-        convertSamples(decoded, data + out.plane.rowOffset(sy), w, components);
-        return;
-    }
-    convertSamples(decoded, pixel_.data(), w, components);
-    for (uint32_t x = 0; x < w; ++x) {
-        const uint32_t sx = place.mirrorX ? w - 1 - x : x;
-        uint8_t* target = place.swap ? data + out.plane.rowOffset(sx) + size_t{sy} * bytes
-                                     : data + out.plane.rowOffset(sy) + size_t{sx} * bytes;
-        const uint8_t* source = pixel_.data() + size_t{x} * bytes;
-        std::copy(source, source + bytes, target);
-    }
+    else if (components == 3)
+        swapRedBlue(s, d, w);
+    else
+        cmykToBgr(s, d, w, true);  // libjpeg hands Adobe's inverted inks through
 }
 
 void JpegReader::readInto(Image& image, const ReadOptions& options) {
@@ -198,7 +127,7 @@ void JpegReader::readInto(Image& image, const ReadOptions& options) {
     const uint32_t components = static_cast<uint32_t>(c.output_components);
     const uint32_t width = c.output_width;
     const uint32_t height = c.output_height;
-    const Placement place = placementFor(orientation);
+    const Orientation place = Orientation::of(orientation);
     const uint32_t bits = components == 1 ? 8 : 24;
     const uint32_t outW = place.swap ? height : width;
     const uint32_t outH = place.swap ? width : height;
@@ -209,6 +138,7 @@ void JpegReader::readInto(Image& image, const ReadOptions& options) {
     if (bits == 8) result.setGreyPalette();
     std::vector<uint8_t> row(size_t{width} * components);
     pixel_.resize(size_t{width} * 3);
+    OrientedRows rows(result, place, bits / 8);
     // Rows that need no turning and no conversion are decoded into the Image.
     const bool inPlace = !place.swap && !place.mirrorX &&
                          (components == 1 || (components == 3 && kLibraryWritesBgr));
@@ -218,12 +148,14 @@ void JpegReader::readInto(Image& image, const ReadOptions& options) {
         if (buffered) guarded(d.state, [&] { jpeg_start_output(&c, c.input_scan_number); });
         while (c.output_scanline < height) {
             const uint32_t y = c.output_scanline;
-            JSAMPROW rows[1] = {
-                inPlace ? result.plane.mutableRow(place.mirrorY ? height - 1 - y : y) : row.data()};
+            JSAMPROW target[1] = {inPlace ? rows.directRow(y) : row.data()};
             JDIMENSION got = 0;
-            guarded(d.state, [&] { got = jpeg_read_scanlines(&c, rows, 1); });
+            guarded(d.state, [&] { got = jpeg_read_scanlines(&c, target, 1); });
             if (got != 1) throw JPEGERROR::BadHeader;
-            if (!inPlace) storeRow(result, row.data(), y, place, components);
+            if (!inPlace) {
+                convertSamples(row.data(), pixel_.data(), width, components);
+                rows.place(y, pixel_.data());
+            }
             if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
         }
         if (!buffered) break;

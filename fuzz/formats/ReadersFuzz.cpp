@@ -5,12 +5,11 @@
 // accepts it, to the reader the selector byte picks, so one corpus reaches
 // every reader without a harness per format. The control byte picks the
 // InFile buffer size (bit 4 set: 1 to 16 bytes from the low 4 bits, so
-// headers and data straddle refills; clear: 4096 bytes), a headers-only read (bit 5), the page (bit 6: page 2)
-// and, for a PNG, whether every chunk's CRC is set right first (bit 7), so
-// mutated chunks reach the checks behind the CRC. The limits are tight, so a
-// header that asks for a large image is refused before any decoding and each
-// reader runs thousands of inputs a second. VIVARK_FUZZ_READER=TAG keeps
-// the harness to one reader.
+// headers and data straddle refills; clear: 4096 bytes), a headers-only read (bit 5), the page (bit
+// 6: page 2) and, for a PNG, whether every chunk's CRC is set right first (bit 7), so mutated
+// chunks reach the checks behind the CRC. The limits are tight, so a header that asks for a large
+// image is refused before any decoding and each reader runs thousands of inputs a second.
+// VIVARK_FUZZ_READER=TAG keeps the harness to one reader.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
