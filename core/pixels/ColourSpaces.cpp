@@ -38,8 +38,8 @@ void cmykToBgr(const uint8_t* cmyk, uint8_t* bgr, uint32_t count, bool inverted)
     }
 }
 
-void ycbcrToBgr(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint32_t step,
-                uint8_t* bgr, uint32_t count, const LumaCoefficients& c) {
+void ycbcrToBgr(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint32_t step, uint8_t* bgr,
+                uint32_t count, const LumaCoefficients& c) {
     // R = Y + (2 - 2 Kr) Cr', B = Y + (2 - 2 Kb) Cb', G = (Y - Kr R - Kb B) / Kg.
     const double toRed = 2 - 2 * c.red, toBlue = 2 - 2 * c.blue;
     for (uint32_t x = 0; x < count; ++x, bgr += 3) {
@@ -62,8 +62,8 @@ void labToBgr(const uint8_t* lab, uint8_t* bgr, uint32_t count) {
     };
     auto encode = [](double linear) {
         linear = std::clamp(linear, 0.0, 1.0);
-        const double v = linear <= 0.0031308 ? 12.92 * linear
-                                             : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
+        const double v =
+            linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
         return clampByte(v * 255);
     };
     for (uint32_t x = 0; x < count; ++x, lab += 3, bgr += 3) {

@@ -24,8 +24,8 @@ struct LumaCoefficients {
 // Full-range YCbCr to blue, green, red. `y` holds `count` luma samples; `cb`
 // and `cr` one chroma sample per `step` pixels (1, 2 or 4: the horizontal
 // subsampling), the chroma of pixel x being sample x / step.
-void ycbcrToBgr(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint32_t step,
-                uint8_t* bgr, uint32_t count, const LumaCoefficients& coefficients = {});
+void ycbcrToBgr(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint32_t step, uint8_t* bgr,
+                uint32_t count, const LumaCoefficients& coefficients = {});
 
 // CIE L*a*b* with 8-bit samples as TIFF stores them (L* scaled 0..255 to
 // 0..100, a* and b* signed bytes) to sRGB blue, green, red, under the D65
