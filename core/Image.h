@@ -14,8 +14,12 @@
 //  - info: the labelled items a reader records (GIFInfo and its kin); readers
 //    record them only when keepInfo is set, comments only when keepComment is.
 //  - animation: loop count and frames of a multi-image file, when it has any.
-//  - secondPlane: a second raster of the same size where a format carries one
-//    (the AND mask of icons and cursors, an alpha channel).
+//  - secondPlane, secondPlaneKind: a second raster of the same size where a
+//    format carries one: an alpha channel (8 bits a pixel, 0 transparent to
+//    255 opaque; PNG, Targa, TIFF, PSD) or the AND mask of an icon or cursor
+//    (1 bit a pixel, 1 where the screen shows through).
+//  - transparentIndex: the palette index a file declares transparent (GIF,
+//    a PNG whose palette has one transparent entry), when it declares one.
 //  - loadMessage: the message of the last failed load into this image (0 when
 //    none); loadMode: when positive, loading searches less.
 //
@@ -40,6 +44,9 @@
 #include "core/Progress.h"
 
 namespace vivark {
+
+// What an Image's second plane holds.
+enum class SecondPlane : uint8_t { None, Alpha, AndMask };
 
 // The next value of the process-wide image serial counter (never 0).
 uint32_t nextImageSerial();
@@ -130,6 +137,8 @@ class Image {
     std::vector<InfoItem> info;
     std::optional<Animation> animation;
     PixelPlane secondPlane;
+    SecondPlane secondPlaneKind = SecondPlane::None;
+    std::optional<uint8_t> transparentIndex;
     double scaleX = 1.0;
     double scaleY = 1.0;
 

@@ -20,6 +20,7 @@
 #include "formats/png/PngReader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <vector>
 
@@ -95,7 +96,13 @@ class PngReader final : public ImageReader {
     void placeRow(const uint8_t* samples, uint8_t* pixels, uint32_t stride, uint32_t y,
                   const Pass& pass, uint32_t passWidth, bool blocks) const;
 
+    void placeAlpha(const uint8_t* samples, uint8_t* alpha, uint32_t stride, uint32_t y,
+                    const Pass& pass, uint32_t passWidth) const;
+    void applyTransparency(Image& image) const;
+
     uint32_t seen_ = 0;
+    // tRNS: the palette's alpha values, or the colour key's samples.
+    std::vector<uint8_t> transparency_;
     uint32_t gamma_ = kDefaultGamma;
     uint32_t width_ = 0, height_ = 0;
     uint8_t depth_ = 0, colourType_ = 0;
@@ -133,6 +140,12 @@ void PngReader::readInto(Image& image, const ReadOptions& options) {
                     uint8_t g[4];
                     chunks.read(g, 4);
                     gamma_ = loadBE32(g);
+                }
+                break;
+            case kTrns:
+                if (chunks.length() <= 256 * 3) {
+                    transparency_.resize(chunks.length());
+                    chunks.read(transparency_.data(), transparency_.size());
                 }
                 break;
             case kPhys:
@@ -295,6 +308,15 @@ void PngReader::decodeImage(ChunkInput& chunks, Image& image, const ReadOptions&
 
     uint8_t* pixels = image.plane.mutableData();
     const uint32_t stride = image.plane.rowStride();
+    // An alpha channel goes to the second plane, one byte a pixel.
+    uint8_t* alpha = nullptr;
+    uint32_t alphaStride = 0;
+    if (colourClass_ & kClassAlpha) {
+        image.secondPlane = PixelPlane(width_, height_, 8, interlaced_);
+        image.secondPlaneKind = SecondPlane::Alpha;
+        alpha = image.secondPlane.mutableData();
+        alphaStride = image.secondPlane.rowStride();
+    }
     RowDisplay* display = options.display;
     const uint32_t threshold = display ? std::max<uint32_t>(display->rowThreshold(), 1) : 0;
     uint32_t rowsSinceShown = 0;
@@ -311,6 +333,7 @@ void PngReader::decodeImage(ChunkInput& chunks, Image& image, const ReadOptions&
             current[-1] = 0;
             unfilterRow(filter, current, previous, length, bytesPerPixel_);
             placeRow(current, pixels, stride, y, pass, passWidth, blocks);
+            if (alpha != nullptr) placeAlpha(current, alpha, alphaStride, y, pass, passWidth);
             std::swap(current, previous);
             y += pass.rowStep;
             if (y >= height_) break;
@@ -338,6 +361,64 @@ void PngReader::decodeImage(ChunkInput& chunks, Image& image, const ReadOptions&
         std::memset(previous - bytesPerPixel_, 0, bufferBytes);
     }
     decoder->finish();
+    applyTransparency(image);
+}
+
+// The alpha sample of each pixel (the high byte of a 16-bit one), in the
+// picture's layout (rows bottom-up).
+void PngReader::placeAlpha(const uint8_t* samples, uint8_t* alpha, uint32_t stride, uint32_t y,
+                           const Pass& pass, uint32_t passWidth) const {
+    const size_t s = depth_ / 8;
+    const size_t at = (channels_ - 1) * s;
+    uint8_t* out = alpha + size_t{height_ - 1 - y} * stride;
+    for (uint32_t k = 0; k < passWidth; ++k)
+        out[pass.startColumn + k * pass.columnStep] = samples[k * bytesPerPixel_ + at];
+}
+
+// tRNS: a palette whose one entry is fully transparent records that index;
+// other palette alphas, and a grey or colour key, become an alpha plane. A
+// 16-bit key is compared in its high byte, as the pixels are kept.
+void PngReader::applyTransparency(Image& image) const {
+    if (transparency_.empty() || (colourClass_ & kClassAlpha)) return;
+    const uint32_t width = width_, height = height_;
+    auto alphaPlane = [&](auto alphaOf) {
+        image.secondPlane = PixelPlane(width, height, 8, false);
+        image.secondPlaneKind = SecondPlane::Alpha;
+        for (uint32_t y = 0; y < height; ++y) {
+            const uint8_t* row = image.plane.row(y);
+            uint8_t* out = image.secondPlane.mutableRow(y);
+            for (uint32_t x = 0; x < width; ++x) out[x] = alphaOf(row, x);
+        }
+    };
+    if (colourType_ == kPaletted) {
+        std::array<uint8_t, 256> alphas;
+        alphas.fill(255);
+        std::copy(transparency_.begin(),
+                  transparency_.begin() + std::min<size_t>(transparency_.size(), 256),
+                  alphas.begin());
+        int clear = -1, partial = 0;
+        for (int i = 0; i < 256; ++i) {
+            if (alphas[i] == 0) clear = clear < 0 ? i : 256;
+            partial += alphas[i] != 0 && alphas[i] != 255;
+        }
+        if (partial == 0 && clear >= 0 && clear < 256) {
+            image.transparentIndex = static_cast<uint8_t>(clear);
+            return;
+        }
+        alphaPlane([&](const uint8_t* row, uint32_t x) { return alphas[row[x]]; });
+    } else if ((colourClass_ & kClassColour) && transparency_.size() >= 6) {
+        const uint8_t r = transparency_[depth_ == 16 ? 0 : 1];
+        const uint8_t g = transparency_[depth_ == 16 ? 2 : 3];
+        const uint8_t b = transparency_[depth_ == 16 ? 4 : 5];
+        alphaPlane([&](const uint8_t* row, uint32_t x) -> uint8_t {
+            const uint8_t* p = row + 3 * x;
+            return p[0] == b && p[1] == g && p[2] == r ? 0 : 255;
+        });
+    } else if (transparency_.size() >= 2) {
+        const uint8_t key = depth_ == 16 ? transparency_[0] : transparency_[1];
+        alphaPlane(
+            [&](const uint8_t* row, uint32_t x) -> uint8_t { return row[x] == key ? 0 : 255; });
+    }
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "core/ByteOrder.h"
 #include "core/Errors.h"
 #include "core/RowOps.h"
+#include "formats/DepthConvert.h"
 #include "formats/png/PngCrc.h"
 #include "formats/png/PngFilters.h"
 #include "formats/png/PngFormat.h"
@@ -99,9 +100,12 @@ uint8_t palettedDepth(uint32_t entries) {
     return n;
 }
 
+// Colour with an alpha plane keeps it (type 6); a palette with a transparent
+// index stays a palette, whose tRNS names that index.
 OutputForm chooseForm(const Image& image, uint32_t entriesUsed) {
-    if (!image.hasPalette()) return {kRgb, 8};
-    if (image.isGrey()) return {kGrey, static_cast<uint8_t>(image.isBlackAndWhite() ? 1 : 8)};
+    if (!image.hasPalette()) return {image.secondPlaneKind == SecondPlane::Alpha ? kRgba : kRgb, 8};
+    if (image.isGrey() && !image.transparentIndex)
+        return {kGrey, static_cast<uint8_t>(image.isBlackAndWhite() ? 1 : 8)};
     return {kPaletted, palettedDepth(entriesUsed)};
 }
 
@@ -162,7 +166,7 @@ class RowCoder {
   public:
     RowCoder(const Image& image, OutputForm form, bool interlace, ProgressCallback* progress)
         : image_(image), form_(form), interlace_(interlace), progress_(progress) {
-        const uint32_t channels = form.colourType == kRgb ? 3 : 1;
+        const uint32_t channels = form.colourType == kRgba ? 4 : form.colourType == kRgb ? 3 : 1;
         bytesPerPixel_ = std::max<uint32_t>(1, (form.depth * channels + 7) / 8);
         const size_t full = static_cast<size_t>(rowBytes(form.depth, channels, image.width()));
         const size_t withMargin = full + bytesPerPixel_;
@@ -212,6 +216,18 @@ class RowCoder {
     size_t packRow(uint32_t y, const Pass& pass, uint32_t passWidth) {
         const uint8_t* source = image_.plane.row(y);
         uint8_t* out = row();
+        if (form_.colourType == kRgba) {
+            const uint8_t* alpha = image_.secondPlane.row(y);
+            for (uint32_t k = 0; k < passWidth; ++k) {
+                const uint32_t x = pass.startColumn + k * pass.columnStep;
+                const uint8_t* p = source + size_t{x} * 3;
+                out[4 * k] = p[2];
+                out[4 * k + 1] = p[1];
+                out[4 * k + 2] = p[0];
+                out[4 * k + 3] = alpha[x];
+            }
+            return size_t{passWidth} * 4;
+        }
         if (form_.colourType == kRgb) {
             for (uint32_t k = 0; k < passWidth; ++k) {
                 const uint8_t* p = source + size_t{pass.startColumn + k * pass.columnStep} * 3;
@@ -269,6 +285,9 @@ class RowCoder {
 
 void writePng(const Image& image, OutFile& out, const SaveOptions& options,
               ProgressCallback* progress) {
+    // A palette image with an alpha plane is written as colour with alpha.
+    if (image.hasPalette() && image.secondPlaneKind == SecondPlane::Alpha)
+        return writePng(expandToTrueColour(image), out, options, progress);
     // Pixel counts per palette entry, and the entries in use.
     std::array<uint32_t, 256> counts{};
     uint32_t entriesUsed = 0;
@@ -308,7 +327,7 @@ void writePng(const Image& image, OutFile& out, const SaveOptions& options,
         chunk.end();
     }
 
-    if (options.flag(saveKey::PngTransparent)) {
+    if (options.flag(saveKey::PngTransparent) && form.colourType != kRgba) {
         const int32_t index = options.integer(saveKey::PngTransparentIndex);
         chunk.begin(kTrns);
         if (form.colourType == kGrey) {
@@ -319,6 +338,12 @@ void writePng(const Image& image, OutFile& out, const SaveOptions& options,
             for (uint32_t i = 0; i < entriesUsed; ++i)
                 chunk.writeByte(i == (static_cast<uint32_t>(index) & 0xFF) ? 0 : 0xFF);
         }
+        chunk.end();
+    } else if (paletted && image.transparentIndex && *image.transparentIndex < entriesUsed) {
+        // The image's own transparent index, as the file it came from had it.
+        chunk.begin(kTrns);
+        for (uint32_t i = 0; i <= *image.transparentIndex; ++i)
+            chunk.writeByte(i == *image.transparentIndex ? 0 : 0xFF);
         chunk.end();
     }
 

@@ -3,8 +3,9 @@
 // Results: colour-mapped images become 8-bit palette images, grey-scale
 // images 8-bit images with a grey palette, true-colour images 24-bit images
 // (15- and 16-bit pixels are x-5-5-5 little-endian words whose five-bit
-// channels widen by bit replication; the alpha byte of 32-bit pixels and the
-// attribute bit of 16-bit pixels are dropped). Colour map entries of 8 bits
+// channels widen by bit replication; the alpha byte of 32-bit pixels that
+// declare 8 attribute bits goes to the alpha plane, the attribute bit of
+// 16-bit pixels is dropped). Colour map entries of 8 bits
 // are grey levels, of 15 and 16 bits x-5-5-5 words, of 24 and 32 bits blue,
 // green, red (and alpha, dropped).
 //
@@ -52,6 +53,7 @@ struct TgaHeader {
     uint8_t depth = 0;
     bool bottomUp = true;
     bool rightToLeft = false;
+    uint8_t attributeBits = 0;  // descriptor bits 0-3: alpha bits per pixel
 };
 
 constexpr bool isTargaDepth(unsigned bits) {
@@ -75,6 +77,7 @@ TgaHeader readHeader(InFile& file) {
     if (!isTargaDepth(h.depth)) throw TGAERROR::InvalidFile;
     h.bottomUp = (descriptor & 0x20) == 0;
     h.rightToLeft = (descriptor & 0x10) != 0;
+    h.attributeBits = descriptor & 0x0F;
     if ((descriptor >> 6) == 3) throw TGAERROR::InvalidFile;
     if (h.width == 0 || h.height == 0) throw TGAERROR::DataIntegrity;
     if (h.mapType > 1) throw TGAERROR::InvalidFile;
@@ -171,12 +174,19 @@ class TgaReader final : public ImageReader {
         if (h.imageType == 3) result.setGreyPalette();
 
         const unsigned pixelBytes = (h.depth + 7u) / 8u;
+        // 32-bit pixels that declare 8 attribute bits carry alpha.
+        const bool alpha = depth == 24 && h.depth == 32 && h.attributeBits == 8;
+        if (alpha) {
+            result.secondPlane = PixelPlane(h.width, h.height, 8, false);
+            result.secondPlaneKind = SecondPlane::Alpha;
+        }
         PixelStream stream(file, pixelBytes, h.rle);
         std::vector<uint8_t> stored(size_t{h.width} * pixelBytes);
         for (uint32_t i = 0; i < h.height; ++i) {
             stream.read(stored.data(), h.width);
             const uint32_t y = h.bottomUp ? h.height - 1 - i : i;
             uint8_t* row = result.plane.mutableRow(y);
+            uint8_t* alphaRow = alpha ? result.secondPlane.mutableRow(y) : nullptr;
             for (uint32_t x = 0; x < h.width; ++x) {
                 const uint32_t to = h.rightToLeft ? h.width - 1 - x : x;
                 const uint8_t* p = &stored[size_t{x} * pixelBytes];
@@ -187,6 +197,7 @@ class TgaReader final : public ImageReader {
                     row[3 * to] = blueOf(c);
                     row[3 * to + 1] = greenOf(c);
                     row[3 * to + 2] = redOf(c);
+                    if (alphaRow) alphaRow[to] = p[3];
                 }
             }
             if (progressCancelled(options.progress, i + 1, h.height)) throw INFILEERROR::Cancelled;

@@ -6,6 +6,10 @@
 // Settings: SaveOptions\TGA\Encode writes the run-length types (9, 10, 11),
 // packets never spanning rows; BottomToTop stores the bottom row first (bit
 // 5 clear), RightToLeft stores each row's last pixel first (bit 4 set).
+// A 24-bit image with an alpha plane is written as 32 bits, blue, green,
+// red, alpha, with 8 attribute bits (a palette image with one is expanded
+// first).
+//
 // InterlaceType (0 to 2) is written into descriptor bits 6-7 only: it marks
 // the file as two- or four-way interleaved, but the rows keep their plain
 // order, which is how the reader reads such files back.
@@ -18,6 +22,7 @@
 #include "core/ByteOrder.h"
 #include "core/Errors.h"
 #include "core/RowOps.h"
+#include "formats/DepthConvert.h"
 #include "formats/tga/TgaFormat.h"
 
 namespace vivark {
@@ -59,6 +64,9 @@ bool hasGreyRamp(const Image& image) {
 
 void writeTga(const Image& image, OutFile& out, const SaveOptions& options,
               ProgressCallback* progress) {
+    if (image.hasPalette() && image.secondPlaneKind == SecondPlane::Alpha)
+        return writeTga(expandToTrueColour(image), out, options, progress);
+    const bool alpha = image.bitsPerPixel() == 24 && image.secondPlaneKind == SecondPlane::Alpha;
     const uint32_t depth = image.bitsPerPixel();
     const uint32_t width = image.width(), height = image.height();
     if (width == 0 || height == 0 || width > 0xFFFF || height > 0xFFFF)
@@ -69,7 +77,7 @@ void writeTga(const Image& image, OutFile& out, const SaveOptions& options,
     const int32_t interlace = std::clamp<int32_t>(options.integer(saveKey::TgaInterlaceType), 0, 2);
     const bool grey = hasGreyRamp(image);
     const uint8_t type = depth == 24 ? 2 : grey ? 3 : 1;
-    const unsigned pixelBytes = depth == 24 ? 3 : 1;
+    const unsigned pixelBytes = alpha ? 4 : depth == 24 ? 3 : 1;
     const uint16_t mapLength = type == 1 ? static_cast<uint16_t>(1u << depth) : 0;
 
     uint8_t header[18] = {};
@@ -80,8 +88,8 @@ void writeTga(const Image& image, OutFile& out, const SaveOptions& options,
     storeLE16(header + 12, static_cast<uint16_t>(width));
     storeLE16(header + 14, static_cast<uint16_t>(height));
     header[16] = static_cast<uint8_t>(pixelBytes * 8);
-    header[17] =
-        static_cast<uint8_t>((bottomToTop ? 0 : 0x20) | (rightToLeft ? 0x10 : 0) | interlace << 6);
+    header[17] = static_cast<uint8_t>((bottomToTop ? 0 : 0x20) | (rightToLeft ? 0x10 : 0) |
+                                      interlace << 6 | (alpha ? 8 : 0));
     out.write(header, sizeof header);
     for (unsigned i = 0; i < mapLength; ++i) {
         const Colour c = image.palette[i];
@@ -92,7 +100,13 @@ void writeTga(const Image& image, OutFile& out, const SaveOptions& options,
     std::vector<uint8_t> stored(size_t{width} * pixelBytes);
     for (uint32_t i = 0; i < height; ++i) {
         const uint8_t* row = image.plane.row(bottomToTop ? height - 1 - i : i);
-        if (depth == 24) {
+        if (alpha) {
+            const uint8_t* a = image.secondPlane.row(bottomToTop ? height - 1 - i : i);
+            for (uint32_t x = 0; x < width; ++x) {
+                std::memcpy(&stored[size_t{x} * 4], row + size_t{x} * 3, 3);
+                stored[size_t{x} * 4 + 3] = a[x];
+            }
+        } else if (depth == 24) {
             std::memcpy(stored.data(), row, stored.size());
         } else {
             unpackIndices(row, stored.data(), width, depth);

@@ -61,7 +61,8 @@ TEST(ColourSpaces, ConversionsFollowTheirEquations) {
     cmykToBgr(cmyk, bgr, 3, false);
     for (int p = 0; p < 3; ++p)
         for (int ch = 0; ch < 3; ++ch)
-            EXPECT_EQ(bgr[3 * p + 2 - ch], (255 - cmyk[4 * p + ch]) * (255 - cmyk[4 * p + 3]) / 255);
+            EXPECT_EQ(bgr[3 * p + 2 - ch],
+                      (255 - cmyk[4 * p + ch]) * (255 - cmyk[4 * p + 3]) / 255);
     uint8_t inverted[12];
     for (int i = 0; i < 12; ++i) inverted[i] = uint8_t(255 - cmyk[i]);
     uint8_t again[12];
@@ -85,8 +86,11 @@ TEST(ColourSpaces, ConversionsFollowTheirEquations) {
     const struct {
         double l, a, b;
         uint8_t red, green, blue;
-    } known[] = {{100, 0, 0, 255, 255, 255}, {0, 0, 0, 0, 0, 0}, {53.24, 80.09, 67.20, 255, 0, 0},
-                 {87.73, -86.18, 83.18, 0, 255, 0}, {32.30, 79.19, -107.86, 0, 0, 255}};
+    } known[] = {{100, 0, 0, 255, 255, 255},
+                 {0, 0, 0, 0, 0, 0},
+                 {53.24, 80.09, 67.20, 255, 0, 0},
+                 {87.73, -86.18, 83.18, 0, 255, 0},
+                 {32.30, 79.19, -107.86, 0, 0, 255}};
     for (const auto& k : known) {
         const uint8_t lab[3] = {uint8_t(std::lround(k.l * 2.55)),
                                 uint8_t(int8_t(std::clamp(std::lround(k.a), -128L, 127L))),
