@@ -51,7 +51,13 @@ void writeGif(const Image& image, OutFile& out, const SaveOptions& options,
     uint32_t bits = std::max<uint32_t>(1, bitLength(static_cast<uint8_t>(image.paletteCount - 1)));
     bits = std::max(bits, bitLength(highest));
 
-    const bool transparent = options.flag(saveKey::GifTransparent);
+    // The option names a transparent index; otherwise the image's own, as
+    // the file it came from had it, is kept.
+    const bool transparent = options.flag(saveKey::GifTransparent) || image.transparentIndex;
+    const uint8_t transparentIndex =
+        options.flag(saveKey::GifTransparent)
+            ? static_cast<uint8_t>(options.integer(saveKey::GifTransparentIndex))
+            : image.transparentIndex.value_or(0);
     const bool gif89 = options.flag(saveKey::GifGif89a) || transparent;
     const bool interlace = options.flag(saveKey::GifInterlace);
     const uint8_t background =
@@ -82,15 +88,14 @@ void writeGif(const Image& image, OutFile& out, const SaveOptions& options,
         out.writeByte(0);
     }
     if (transparent) {
-        const uint8_t block[8] = {
-            gif::kExtensionIntroducer,
-            gif::kGraphicControlLabel,
-            4,
-            0x01,
-            0,
-            0,
-            static_cast<uint8_t>(options.integer(saveKey::GifTransparentIndex)),
-            0};
+        const uint8_t block[8] = {gif::kExtensionIntroducer,
+                                  gif::kGraphicControlLabel,
+                                  4,
+                                  0x01,
+                                  0,
+                                  0,
+                                  transparentIndex,
+                                  0};
         out.write(block, sizeof block);
     }
 

@@ -239,6 +239,70 @@ TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
     }
 }
 
+// Alpha and transparency survive our writers and readers, checked both ways
+// against ImageMagick: what it reads from our files, and what we read from
+// its files.
+TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
+    if (std::system("command -v convert-im6.q16 >/dev/null") != 0)
+        GTEST_SKIP() << "ImageMagick is needed (scripts/setup.sh)";
+    test::TempDir dir;
+    Image rgba = test::patternImage(29, 17, 24);
+    rgba.secondPlane = PixelPlane(29, 17, 8, false);
+    rgba.secondPlaneKind = SecondPlane::Alpha;
+    for (uint32_t y = 0; y < 17; ++y)
+        for (uint32_t x = 0; x < 29; ++x) rgba.secondPlane.mutableRow(y)[x] = uint8_t(x * 9 + y);
+    Image indexed = test::patternImage(29, 17, 8);
+    indexed.transparentIndex = 3;
+    indexed.palette[3] = rgb(1, 2, 3);  // a colour of its own
+    StoredSaveOptions options;
+
+    // What ImageMagick says the alpha of a file is, top row first.
+    auto alphaOf = [&](const std::filesystem::path& file) {
+        Decoded alpha;
+        EXPECT_TRUE(parsePnm(
+            run("convert-im6.q16 '" + file.string() + "' -alpha extract -depth 8 pgm:-"), alpha));
+        return alpha;
+    };
+    auto expectAlpha = [&](const Image& image, const Decoded& alpha, auto opaqueAt) {
+        ASSERT_EQ(alpha.width, image.width());
+        for (uint32_t y = 0; y < image.height(); ++y)
+            for (uint32_t x = 0; x < image.width(); ++x)
+                ASSERT_EQ(alpha.pixels[size_t{y} * alpha.width + x] & 0xFF, opaqueAt(x, y))
+                    << x << "," << y;
+    };
+    auto planeAlpha = [&](const Image& image) {
+        return [&image](uint32_t x, uint32_t y) -> uint32_t { return image.secondPlane.row(y)[x]; };
+    };
+    auto indexAlpha = [&](uint32_t x, uint32_t y) -> uint32_t {
+        return indexed.plane.row(y)[x] == 3 ? 0 : 255;
+    };
+
+    for (const char* ext : {"png", "tga"}) {
+        SCOPED_TRACE(ext);
+        const auto ours = dir / (std::string("ours.") + ext);
+        saveImage(rgba, ours, *findWriterByExtension(ext), options);
+        expectAlpha(rgba, alphaOf(ours), planeAlpha(rgba));
+        // ImageMagick's own file of the same picture, read by us.
+        const auto theirs = dir / (std::string("theirs.") + ext);
+        ASSERT_EQ(std::system(("convert-im6.q16 '" + ours.string() +
+                               "' -define "
+                               "png:color-type=6 '" +
+                               theirs.string() + "'")
+                                  .c_str()),
+                  0);
+        Image read;
+        ASSERT_TRUE(loadFile(read, theirs.string(), ReadOptions{}).completed);
+        ASSERT_EQ(read.secondPlaneKind, SecondPlane::Alpha);
+        expectAlpha(read, alphaOf(theirs), planeAlpha(read));
+    }
+    for (const char* ext : {"png", "gif"}) {
+        SCOPED_TRACE(ext);
+        const auto ours = dir / (std::string("indexed.") + ext);
+        saveImage(indexed, ours, *findWriterByExtension(ext), options);
+        expectAlpha(indexed, alphaOf(ours), indexAlpha);
+    }
+}
+
 TEST(RegistryChecks, EverySampleCutShortEndsWithAMessageOfTheErrorModel) {
     size_t loads = 0;
     for (const Sample& sample : samples()) {
