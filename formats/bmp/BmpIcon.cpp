@@ -1,9 +1,10 @@
 // Icons, cursors and pointers: the picture of a Windows icon or cursor file
 // (its largest image, the first among equals) and of an OS/2 icon or pointer
 // (the colour bitmap of "CI" and "CP", the lower half of the black-and-white
-// bitmap of "IC" and "PT"). AND masks are not read: the picture's pixels do
-// not need them. An icon image stored as PNG is refused with
-// BMPERROR::UnsupportedCompression.
+// bitmap of "IC" and "PT"). A Windows icon's AND mask, which follows its
+// picture, becomes the Image's second plane (1 where the screen shows
+// through); a file that ends before its mask keeps its picture without one.
+// An icon image stored as PNG is refused with BMPERROR::UnsupportedCompression.
 #include <vector>
 
 #include "core/Errors.h"
@@ -22,6 +23,22 @@ BmpHeader readMaskedHeader(InFile& file) {
     if (header.height < 2) throw BMPERROR::InvalidFile;
     header.height /= 2;
     return header;
+}
+
+// The AND mask right after the picture: 1 bit a pixel, rows bottom-up and
+// padded to four bytes, as a 1-bit plane lays them out.
+void readAndMask(InFile& file, const BmpHeader& header, Image& image) {
+    PixelPlane mask(header.width, header.height, 1, false);
+    try {
+        const uint32_t stride = mask.rowStride();
+        for (uint32_t i = 0; i < header.height; ++i)
+            file.read(mask.mutableRow(header.height - 1 - i), stride);
+    } catch (INFILEERROR error) {
+        if (error != INFILEERROR::UnexpectedEnd) throw;
+        return;
+    }
+    image.secondPlane = std::move(mask);
+    image.secondPlaneKind = SecondPlane::AndMask;
 }
 
 }  // namespace
@@ -52,6 +69,7 @@ void readWindowsIcon(InFile& file, Image& image, const ReadOptions& options) {
     file.seek(bestOffset);
     const BmpHeader header = readMaskedHeader(file);
     readBitmapBody(file, header, 0, image, options);
+    if (header.compression == kNone && !header.topDown) readAndMask(file, header, image);
     image.formatTag = type == 1 ? kTagWindowsIcon : kTagCursor;
 }
 

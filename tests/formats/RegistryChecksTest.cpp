@@ -301,6 +301,14 @@ TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
         saveImage(indexed, ours, *findWriterByExtension(ext), options);
         expectAlpha(indexed, alphaOf(ours), indexAlpha);
     }
+    // An icon's AND mask: set where ImageMagick sees the icon transparent.
+    const auto icon = std::filesystem::path(VIVARK_TEST_DATA) / "formats/bmp/good/im-icon.ico";
+    Image read;
+    ASSERT_TRUE(loadFile(read, icon.string(), ReadOptions{}).completed);
+    ASSERT_EQ(read.secondPlaneKind, SecondPlane::AndMask);
+    expectAlpha(read, alphaOf(icon), [&](uint32_t x, uint32_t y) -> uint32_t {
+        return (read.secondPlane.row(y)[x / 8] >> (7 - x % 8) & 1) ? 0 : 255;
+    });
 }
 
 TEST(RegistryChecks, EverySampleCutShortEndsWithAMessageOfTheErrorModel) {
