@@ -5,6 +5,7 @@
 
 #include <set>
 #include <thread>
+#include <type_traits>
 
 #include "app/settings/SettingKeys.h"
 #include "app/settings/SettingText.h"
@@ -36,6 +37,223 @@ const SettingRef& settingFor(std::string_view key) {
     const SettingRef* setting = findSetting(key);
     EXPECT_NE(setting, nullptr) << key;
     return *setting;
+}
+
+// Every persistent option with the kind and default the system gives it:
+// each must exist exactly once among all settings (the shell's and the
+// formats'), spelt as here.
+TEST(SettingKeys, EveryOptionExistsOnceWithItsKindAndDefault) {
+    using K = SettingKind;
+    constexpr double kComputed = -1;  // a default worked out at start-up
+    const struct {
+        const char* key;
+        SettingKind kind;
+        double value;  // 0 and 1 for booleans; text settings default to empty
+    } options[] = {
+        {"Window\\BackgroundColor", K::Integer, 0xFFFFFFFF},
+        {"Window\\ShowBorders", K::Boolean, 1},
+        {"Window\\SizeAndPosition", K::Text, 0},
+        {"TitleBar\\Visible", K::Boolean, 1},
+        {"MenuBar\\Visible", K::Boolean, 1},
+        {"StatusBar\\Visible", K::Boolean, 1},
+        {"StatusBar\\Font", K::Text, 0},
+        {"ScrollBars\\Visible", K::Boolean, 1},
+        {"ToolBar\\Visible", K::Boolean, 1},
+        {"ToolBar\\ActiveTool", K::Integer, 3},
+        {"ImageInfo\\Visible", K::Boolean, 0},
+        {"TrackInfo\\Visible", K::Boolean, 1},
+        {"Track\\Left", K::Integer, 0},
+        {"Track\\Top", K::Integer, 0},
+        {"Track\\Width", K::Integer, 100},
+        {"Track\\Height", K::Integer, 100},
+        {"EditMode", K::Boolean, 0},
+        {"Undo\\Enabled", K::Boolean, 1},
+        {"DynamicIcon", K::Boolean, 1},
+        {"MouseWheelBrowse", K::Boolean, 1},
+        {"ImmediateDelete", K::Boolean, 0},
+        {"UseWPSFileOps", K::Boolean, 0},
+        {"DefaultDropEffect", K::Integer, 0},
+        {"View\\CenterImage", K::Boolean, 1},
+        {"View\\FitImage", K::Boolean, 1},
+        {"View\\FitMode", K::Integer, 0},
+        {"View\\ZoomLock", K::Boolean, 0},
+        {"Fullscreen\\FitImage", K::Boolean, 1},
+        {"Fullscreen\\CenterImage", K::Boolean, 1},
+        {"Fullscreen\\FitMode", K::Integer, 2},
+        {"FullScreen\\ShowPointer", K::Boolean, 0},
+        {"PosCtrl\\Mode", K::Integer, 1},
+        {"PosCtrl\\AutosizeOnLoad", K::Boolean, 1},
+        {"PosCtrl\\AutosizeOnEdit", K::Boolean, 1},
+        {"PosCtrl\\ExpandToDesktop", K::Boolean, 1},
+        {"PosCtrl\\IgnoreTaskbar", K::Boolean, 0},
+        {"PosCtrl\\AllowBorderEx", K::Boolean, 0},
+        {"Display\\ResamplePixels", K::Boolean, 0},
+        {"Display\\ResampleMethod", K::Integer, 0},
+        {"Display\\AdjustGamma", K::Boolean, 0},
+        {"Display\\Gamma", K::Real, 1.0},
+        {"Display\\SmoothScroll", K::Boolean, 1},
+        {"Display\\ScrollAccel", K::Boolean, 1},
+        {"Display\\ScrollLatency", K::Integer, 20},
+        {"Display\\ScrollSpeed", K::Integer, 2500},
+        {"Palette\\PaletteManager", K::Boolean, 1},
+        {"Palette\\OverrideSysColors", K::Boolean, 0},
+        {"Palette\\PalChangeClearsWindow", K::Boolean, 1},
+        {"Color\\CountDeepColors", K::Boolean, 0},
+        {"Loading\\StartupMode", K::Integer, 0},
+        {"Loading\\WildcardBehavior", K::Integer, 0},
+        {"Loading\\Progressive", K::Boolean, 1},
+        {"Loading\\Animate", K::Boolean, 1},
+        {"Loading\\BeepOnError", K::Boolean, 0},
+        {"Loading\\LoadNextOnDelete", K::Boolean, 1},
+        {"LoadOptions\\PhotoCD\\Resolution", K::Integer, 2},
+        {"LoadOptions\\PhotoCD\\AskForResolution", K::Boolean, 1},
+        {"FileOpen\\AutoChangeDir", K::Boolean, 1},
+        {"FileSave\\AutoChangeDir", K::Boolean, 1},
+        {"FileOpen", K::Text, 0},
+        {"FileSave", K::Text, 0},
+        {"FileSequencer\\Sequence", K::Integer, 3},
+        {"FileSequencer\\Refresh", K::Boolean, 1},
+        {"FileSequencer\\Preload", K::Boolean, 1},
+        {"FileSequencer\\Wrap", K::Boolean, 1},
+        {"Dither\\Palette\\PaletteType", K::Integer, 0},
+        {"Dither\\Palette\\DitherType", K::Integer, 2},
+        {"Dither\\16FixSysColor\\PaletteType", K::Integer, 1},
+        {"Dither\\16FixSysColor\\DitherType", K::Integer, 2},
+        {"Dither\\256FixSysColor\\PaletteType", K::Integer, 1},
+        {"Dither\\256FixSysColor\\DitherType", K::Integer, 2},
+        {"Resize\\Mode", K::Integer, 0},
+        {"Resize\\LetterBox", K::Boolean, 0},
+        {"Resize\\Proportional", K::Boolean, 1},
+        {"Resize\\Resample", K::Boolean, 1},
+        {"Resolution\\Mode", K::Integer, 0},
+        {"Resolution\\Proportional", K::Boolean, 1},
+        {"Rotate\\Resample", K::Boolean, 1},
+        {"FileConverter\\FileType", K::Integer, 0x20504D42},
+        {"FileConverter\\DeleteOriginal", K::Boolean, 0},
+        {"FileMover\\ActionIfExists", K::Integer, 0},
+        {"FileMover\\SkipIfIdentical", K::Boolean, 0},
+        {"SaveOptions\\Windows Bitmap\\Encode", K::Boolean, 0},
+        {"SaveOptions\\OS2 Bitmap\\Format", K::Integer, 0},
+        {"SaveOptions\\OS2 Bitmap\\Encode", K::Boolean, 0},
+        {"SaveOptions\\Windows Icon\\Size", K::Integer, 32},
+        {"SaveOptions\\Windows Icon\\Color Type", K::Integer, 4},
+        {"SaveOptions\\Windows Icon\\Transparent", K::Boolean, 1},
+        {"SaveOptions\\Windows Cursor\\Size", K::Integer, 32},
+        {"SaveOptions\\Windows Cursor\\Color Type", K::Integer, 4},
+        {"SaveOptions\\Windows Cursor\\Transparent", K::Boolean, 1},
+        {"SaveOptions\\OS2 Icon\\Size", K::Integer, 40},
+        {"SaveOptions\\OS2 Icon\\Color Type", K::Integer, 4},
+        {"SaveOptions\\OS2 Icon\\Transparent", K::Boolean, 1},
+        {"SaveOptions\\OS2 Icon\\Format", K::Integer, 0},
+        {"SaveOptions\\OS2 Icon\\Encode", K::Boolean, 0},
+        {"SaveOptions\\OS2 Pointer\\Size", K::Integer, 64},
+        {"SaveOptions\\OS2 Pointer\\Color Type", K::Integer, 4},
+        {"SaveOptions\\OS2 Pointer\\Transparent", K::Boolean, 1},
+        {"SaveOptions\\OS2 Pointer\\Format", K::Integer, 0},
+        {"SaveOptions\\OS2 Pointer\\Encode", K::Boolean, 0},
+        {"SaveOptions\\GIF\\GIF89a", K::Boolean, 0},
+        {"SaveOptions\\GIF\\Interlace", K::Boolean, 0},
+        {"SaveOptions\\GIF\\Transparent", K::Boolean, 0},
+        {"SaveOptions\\GIF\\Transparent Index", K::Integer, 0},
+        {"SaveOptions\\GIF\\Background", K::Boolean, 0},
+        {"SaveOptions\\GIF\\Background Index", K::Integer, 0},
+        {"SaveOptions\\IFF\\Encode", K::Boolean, 0},
+        {"SaveOptions\\JFIF\\Quality", K::Integer, 75},
+        {"SaveOptions\\JFIF\\Smooth", K::Integer, 0},
+        {"SaveOptions\\JFIF\\Entropy", K::Boolean, 1},
+        {"SaveOptions\\JFIF\\Progressive", K::Boolean, 0},
+        {"SaveOptions\\JFIF\\Exif", K::Boolean, 1},
+        {"SaveOptions\\OS/2 Boot Logo\\Warp4", K::Boolean, 1},
+        {"SaveOptions\\OS/2 Boot Logo\\Optimize", K::Boolean, 0},
+        {"SaveOptions\\OS/2 Boot Logo\\Dither", K::Boolean, 1},
+        {"SaveOptions\\PCX\\Enable24bit", K::Boolean, 0},
+        {"SaveOptions\\PC Paint/Pictor\\EGA Palette", K::Boolean, 0},
+        {"SaveOptions\\Softimage PIC\\Encode", K::Boolean, 1},
+        {"SaveOptions\\PNG\\Interlace", K::Boolean, 0},
+        {"SaveOptions\\PNG\\Histogram", K::Boolean, 0},
+        {"SaveOptions\\PNG\\Time", K::Boolean, 0},
+        {"SaveOptions\\PNG\\Transparent", K::Boolean, 0},
+        {"SaveOptions\\PNG\\Transparent Index", K::Integer, 0},
+        {"SaveOptions\\PNG\\Transparent Color", K::Integer, 0},
+        {"SaveOptions\\PNG\\Background", K::Boolean, 0},
+        {"SaveOptions\\PNG\\Background Index", K::Integer, 0},
+        {"SaveOptions\\PNG\\Background Color", K::Integer, 0},
+        {"SaveOptions\\PSD\\Encode", K::Boolean, 1},
+        {"SaveOptions\\RAS\\Encode", K::Boolean, 0},
+        {"SaveOptions\\SGI\\Encode", K::Boolean, 0},
+        {"SaveOptions\\TGA\\Encode", K::Boolean, 0},
+        {"SaveOptions\\TGA\\BottomToTop", K::Boolean, 0},
+        {"SaveOptions\\TGA\\RightToLeft", K::Boolean, 0},
+        {"SaveOptions\\TGA\\InterlaceType", K::Integer, 0},
+        {"SaveOptions\\TIFF\\ByteOrder", K::Boolean, 0},
+        {"SaveOptions\\TIFF\\StripSize", K::Integer, 3},
+        {"SaveOptions\\TIFF\\Compression\\BlackWhite", K::Integer, 1},
+        {"SaveOptions\\TIFF\\Compression\\Color", K::Integer, 1},
+        {"SaveOptions\\TIFF\\Photometric", K::Integer, 0},
+        {"SaveOptions\\TIFF\\Predictor", K::Integer, 1},
+        {"SaveOptions\\TIFF\\T4Options", K::Integer, 0},
+        {"SaveOptions\\TIFF\\T6Options", K::Integer, 0},
+        {"SaveOptions\\XPM\\Type", K::Integer, 0},
+        {"Print\\Unit", K::Integer, 0},
+        {"Print\\ScaleMode", K::Integer, 1},
+        {"Print\\CenterImage", K::Boolean, 1},
+        {"Print\\Orientation", K::Integer, 0},
+        {"Print\\CustomSize", K::Integer, 0},
+        {"Print\\DefaultToOneCopy", K::Boolean, 0},
+        {"Print\\PrinterName", K::Text, 0},
+        {"Slideshow\\FullScreen", K::Boolean, 1},
+        {"Slideshow\\ContinuousRun", K::Boolean, 0},
+        {"Slideshow\\ShowControl", K::Boolean, 1},
+        {"Slideshow\\SwapButtons", K::Boolean, 0},
+        {"Slideshow\\AutoScramble", K::Boolean, 0},
+        {"Slideshow\\AutoStart", K::Boolean, 0},
+        {"Slideshow\\CopySettings\\CopyAll", K::Boolean, 0},
+        {"Slideshow\\CopySettings\\UseTimer", K::Boolean, 1},
+        {"Slideshow\\CopySettings\\DspTime", K::Boolean, 1},
+        {"Slideshow\\CopySettings\\DspNotes", K::Boolean, 1},
+        {"Slideshow\\CopySettings\\NoteText", K::Boolean, 0},
+        {"Slideshow\\DefaultSlideSettings\\DspTime", K::Integer, 5},
+        {"Slideshow\\DefaultSlideSettings\\UseTimer", K::Boolean, 1},
+        {"Slideshow\\DefaultSlideSettings\\DspNotes", K::Boolean, 0},
+        {"TWAIN\\ImageMemXfer", K::Boolean, 0},
+        {"TWAIN\\FloatOnTop", K::Boolean, 1},
+        {"TWAIN\\CloseUI", K::Boolean, 1},
+        {"TWAIN\\UnloadLibrary", K::Boolean, 1},
+        {"Capture\\Method", K::Integer, 0},
+        {"Capture\\Delay", K::Integer, 5},
+        {"Capture\\HotKey", K::Integer, 0},
+        {"Capture\\IncludePointer", K::Boolean, 1},
+        {"Capture\\HideWindows", K::Boolean, 1},
+        {"Thumbnail\\Size", K::Integer, 80},
+        {"TipOfDay\\ShowTips", K::Integer, 1},
+        {"TipOfDay\\Tip", K::Integer, 0},
+        {"Confirmations\\Delete", K::Boolean, 1},
+        {"Confirmations\\Image", K::Boolean, 1},
+        {"Confirmations\\Slideshow", K::Boolean, 1},
+        {"Confirmations\\Convert", K::Boolean, 1},
+        {"Priority\\IdleTime", K::Boolean, kComputed},
+    };
+    for (const auto& option : options) {
+        SCOPED_TRACE(option.key);
+        size_t found = 0;
+        for (const SettingRef& setting : allSettings()) found += settingKey(setting) == option.key;
+        ASSERT_EQ(found, 1u);
+        const SettingRef& setting = *findSetting(option.key);
+        const SettingKind kind = std::visit([](const auto* s) { return s->kind(); }, setting);
+        EXPECT_EQ(kind, option.kind);
+        if (option.value == kComputed) continue;
+        std::visit(
+            [&](const auto* s) {
+                using T = std::decay_t<decltype(s->defaultValue())>;
+                if constexpr (std::is_same_v<T, std::string>)
+                    EXPECT_EQ(s->defaultValue(), "");
+                else if constexpr (std::is_same_v<T, double>)
+                    EXPECT_EQ(s->defaultValue(), option.value);
+                else
+                    EXPECT_EQ(static_cast<double>(s->defaultValue()), option.value);
+            },
+            setting);
+    }
 }
 
 // The store looks keys up case-insensitively, so no two may differ only in case.
