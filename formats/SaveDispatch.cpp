@@ -131,6 +131,14 @@ Image convertForWriter(const Image& image, const WriterEntry& writer, const Save
     return toPalette(image, writer, options, progress);
 }
 
+void saveImageTo(const Image& image, int descriptor, const WriterEntry& writer,
+                 const SaveOptions& options, ProgressCallback* progress) {
+    const Image converted = convertForWriter(image, writer, options, progress);
+    SafeOutFile file(descriptor);
+    writer.write(converted, file.out(), options, progress);
+    file.commit();
+}
+
 void saveImage(const Image& image, const std::filesystem::path& target, const WriterEntry& writer,
                const SaveOptions& options, ProgressCallback* progress) {
     const Image converted = convertForWriter(image, writer, options, progress);

@@ -8,7 +8,14 @@
 // user's "Dither\Palette" settings. A failure is reported as "vivark: FILE:
 // message" and leaves no output file. Unknown formats, bad --set assignments
 // and bad words are usage errors (status 2).
+//
+// INPUT "-" reads standard input to its end and probes it as a file; OUTPUT
+// "-" writes standard output, and then the format must be named with --to.
+// A --page beyond the file's pages is an error that names how many it has.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <filesystem>
 #include <memory>
 #include <ostream>
@@ -20,6 +27,7 @@
 #include "app/cli/Cli.h"
 #include "app/cli/Command.h"
 #include "app/cli/Report.h"
+#include "core/SafeOutFile.h"
 #include "formats/DepthConvert.h"
 #include "formats/ErrorMessages.h"
 #include "formats/Loader.h"
@@ -66,7 +74,25 @@ std::vector<std::string> wordsOf(const std::pair<const char*, Type> (&words)[N])
     return names;
 }
 
+// Reads all of standard input; the loader probes it like a file.
+std::vector<uint8_t> readStandardInput() {
+    std::vector<uint8_t> bytes;
+    uint8_t buffer[65536];
+    for (;;) {
+        const ssize_t got = ::read(0, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        bytes.insert(bytes.end(), buffer, buffer + got);
+    }
+    return bytes;
+}
+
 int runConvert(const ConvertOptions& options, CommandContext& context) {
+    const bool toStdout = options.output == "-";
+    if (toStdout && options.format.empty()) {
+        reportError(context.err, "", "writing to standard output needs --to FORMAT");
+        return kUsage;
+    }
     const WriterEntry* writer =
         options.format.empty()
             ? findWriterByExtension(std::filesystem::path(options.output).extension().string())
@@ -93,7 +119,31 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
     Image image;
     ReadOptions read;
     read.page = options.page;
-    const LoadResult loaded = loadFile(image, options.input, read);
+    std::vector<uint8_t> standardInput;
+    std::unique_ptr<InFile> memory;
+    if (options.input == "-") {
+        standardInput = readStandardInput();
+        memory = InFile::overMemory(standardInput);
+    }
+    const LoadResult loaded =
+        memory ? load(image, *memory, read) : loadFile(image, options.input, read);
+    // A page the file does not have: ask the headers how many it has.
+    uint32_t pages = loaded.completed ? image.pageCount : 0;
+    if (!loaded.completed && options.page > 1 && loaded.format != nullptr) {
+        Image header;
+        ReadOptions first;
+        first.headerOnly = true;
+        memory = memory ? InFile::overMemory(standardInput) : nullptr;
+        const LoadResult probe =
+            memory ? load(header, *memory, first) : loadFile(header, options.input, first);
+        if (probe.completed) pages = header.pageCount;
+    }
+    if (pages != 0 && options.page > pages) {
+        reportError(context.err, options.input,
+                    "page " + std::to_string(options.page) + " does not exist: the file has " +
+                        std::to_string(pages) + (pages == 1 ? " page" : " pages"));
+        return kFailure;
+    }
     if (!loaded.completed) {
         reportMessage(context.err, options.input,
                       loaded.message != msg::None ? loaded.message : msg::Unknown);
@@ -109,7 +159,10 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
             if (count && *count <= 16 && image.bitsPerPixel() == 8 && writer->accepts(4))
                 image = widenIndices(image, 4);
         }
-        saveImage(image, options.output, *writer, saveOptions);
+        if (toStdout)
+            saveImageTo(image, SafeOutFile::kStandardOutput, *writer, saveOptions);
+        else
+            saveImage(image, options.output, *writer, saveOptions);
     } catch (...) {
         MessageId id = saveMessageForCurrentException();
         if (id == msg::None) id = msg::Unknown;
@@ -125,8 +178,11 @@ void registerConvert(CLI::App& app, CommandContext& context,
                      std::vector<std::pair<CLI::App*, CommandAction>>& actions) {
     auto options = std::make_shared<ConvertOptions>();
     CLI::App* command = app.add_subcommand("convert", "Convert an image to another format");
-    command->add_option("INPUT", options->input, "Image to read")->required();
-    command->add_option("OUTPUT", options->output, "File to write")->required();
+    command->add_option("INPUT", options->input, "Image to read (- for standard input)")
+        ->required();
+    command
+        ->add_option("OUTPUT", options->output, "File to write (- for standard output, with --to)")
+        ->required();
     std::string shortNames;
     for (const WriterEntry* writer : writerTable()) {
         if (!shortNames.empty()) shortNames += ", ";

@@ -4,7 +4,10 @@
 // every pixel to be decoded. Failures are reported per file (on the error
 // stream after what identification found, or as "error" in the file's JSON
 // object) and make the exit status 1.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -40,7 +43,21 @@ Described describe(const std::string& path, bool check) {
     Image image;
     ReadOptions read;
     read.headerOnly = !check;
-    const LoadResult result = loadFile(image, path, read);
+    LoadResult result;
+    if (path == "-") {
+        // Standard input, read to its end and probed like a file.
+        std::vector<uint8_t> bytes;
+        uint8_t buffer[65536];
+        for (ssize_t got; (got = ::read(0, buffer, sizeof buffer)) != 0;) {
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0) break;
+            bytes.insert(bytes.end(), buffer, buffer + got);
+        }
+        auto file = InFile::overMemory(bytes);
+        result = load(image, *file, read);
+    } else {
+        result = loadFile(image, path, read);
+    }
     d.identified = result.format != nullptr;
     d.info = result.info;
     // A variant's tag names it more closely than its family ("BMPW" is a
@@ -107,7 +124,7 @@ void registerInfo(CLI::App& app, CommandContext& context,
     command->add_flag("--json", options->json, "Print one JSON array");
     command->add_flag("--check", options->check,
                       "Decode every pixel and report damage (default: headers only)");
-    command->add_option("FILE", options->files, "Image files")->required();
+    command->add_option("FILE", options->files, "Image files (- for standard input)")->required();
     actions.emplace_back(command, [options, &context] { return runInfo(*options, context); });
 }
 

@@ -14,6 +14,7 @@
 
 #include "app/cli/Cli.h"
 #include "formats/FormatTable.h"
+#include "formats/Loader.h"
 #include "formats/SaveOptions.h"
 #include "formats/bmp/BmpReader.h"
 #include "formats/gif/GifReader.h"
@@ -145,6 +146,32 @@ TEST(InfoCommand, JsonListsEachFileOrItsError) {
     EXPECT_EQ(runTool({"info", good + "mono.pbm"}, &out), 0);
     EXPECT_NE(out.find("PBMPlus Portable Bitmap (PBM), 23x11, 1 bit per pixel"), std::string::npos)
         << out;
+}
+
+// "-" reads standard input and writes standard output (through the real
+// process and a pipe); a page the file does not have is refused with the
+// number it has.
+TEST(ConvertCommand, StandardStreamsAndPagesBeyondTheFile) {
+    TempDir dir;
+    const std::string png = std::string(VIVARK_TEST_DATA) + "/../examples/scene.png";
+    const std::string tool = std::string("'") + VIVARK_TOOL + "'";
+    const std::string out = (dir / "piped.bmp").string();
+    ASSERT_EQ(std::system((tool + " convert - - --to bmp < '" + png + "' | " + tool +
+                           " convert - '" + out + "'")
+                              .c_str()),
+              0);
+    Image piped;
+    ASSERT_TRUE(loadFile(piped, out, ReadOptions{}).completed);
+    Image direct;
+    ASSERT_TRUE(loadFile(direct, png, ReadOptions{}).completed);
+    EXPECT_TRUE(samePixels(piped, direct));
+
+    std::string err;
+    EXPECT_EQ(runTool({"convert", png, "-"}, nullptr, &err), 2);
+    EXPECT_NE(err.find("needs --to"), std::string::npos) << err;
+    EXPECT_EQ(runTool({"convert", png, (dir / "x.bmp").string(), "--page", "2"}, nullptr, &err), 1);
+    EXPECT_EQ(err, "vivark: " + png + ": page 2 does not exist: the file has 1 page\n");
+    EXPECT_FALSE(std::filesystem::exists(dir / "x.bmp"));
 }
 
 // The listing names every entry of the registry and every writer, in text and
