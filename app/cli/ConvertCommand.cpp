@@ -26,6 +26,8 @@
 
 #include "app/cli/Cli.h"
 #include "app/cli/Command.h"
+#include "app/cli/Interrupt.h"
+#include "app/cli/ProgressBar.h"
 #include "app/cli/Report.h"
 #include "core/SafeOutFile.h"
 #include "formats/DepthConvert.h"
@@ -116,9 +118,12 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
     setFromWord(saveOptions, saveKey::PaletteType, options.palette, kPaletteWords);
     setFromWord(saveOptions, saveKey::DitherType, options.dither, kDitherWords);
 
+    InterruptGuard interruptible;
+    ProgressBar loading(options.input);
     Image image;
     ReadOptions read;
     read.page = options.page;
+    read.progress = &loading;
     std::vector<uint8_t> standardInput;
     std::unique_ptr<InFile> memory;
     if (options.input == "-") {
@@ -144,6 +149,11 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
                         std::to_string(pages) + (pages == 1 ? " page" : " pages"));
         return kFailure;
     }
+    loading.done();
+    if (interrupted()) {
+        reportError(context.err, options.input, "interrupted");
+        return kFailure;
+    }
     if (!loaded.completed) {
         reportMessage(context.err, options.input,
                       loaded.message != msg::None ? loaded.message : msg::Unknown);
@@ -159,11 +169,16 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
             if (count && *count <= 16 && image.bitsPerPixel() == 8 && writer->accepts(4))
                 image = widenIndices(image, 4);
         }
+        ProgressBar saving(options.output);
         if (toStdout)
-            saveImageTo(image, SafeOutFile::kStandardOutput, *writer, saveOptions);
+            saveImageTo(image, SafeOutFile::kStandardOutput, *writer, saveOptions, &saving);
         else
-            saveImage(image, options.output, *writer, saveOptions);
+            saveImage(image, options.output, *writer, saveOptions, &saving);
     } catch (...) {
+        if (interrupted()) {
+            reportError(context.err, options.output, "interrupted; nothing was written");
+            return kFailure;
+        }
         MessageId id = saveMessageForCurrentException();
         if (id == msg::None) id = msg::Unknown;
         reportError(context.err, options.input, formatMessage(id, options.output));

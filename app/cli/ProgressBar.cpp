@@ -3,15 +3,24 @@
 
 #include <unistd.h>
 
+#include "app/cli/Interrupt.h"
+
 namespace vivark::cli {
 
 ProgressBar::ProgressBar(std::string label, std::FILE* stream, bool force)
     : label_(std::move(label)),
       stream_(stream),
-      visible_(force || ::isatty(::fileno(stream)) == 1) {}
+      visible_(force || ::isatty(::fileno(stream)) == 1),
+      started_(force ? std::chrono::steady_clock::time_point{} : std::chrono::steady_clock::now()) {
+}
 
 bool ProgressBar::progress(uint32_t done, uint32_t total) {
+    if (interrupted()) return true;
     if (!visible_ || total == 0) return false;
+    // Work that ends within half a second draws no bar at all.
+    if (shownPercent_ < 0 &&
+        std::chrono::steady_clock::now() - started_ < std::chrono::milliseconds(500))
+        return false;
     int percent = static_cast<int>(uint64_t{done > total ? total : done} * 100 / total);
     if (percent == shownPercent_) return false;
     shownPercent_ = percent;

@@ -1,9 +1,12 @@
 // A progress bar for long work, drawn on the error stream when it is a
-// terminal and silent otherwise (pipes, files, tests). It is a
-// ProgressCallback, so readers, writers and operations drive it per row; it
-// redraws only when the shown percentage changes and never cancels.
+// terminal and silent otherwise (pipes, files, tests), and only once the work
+// has taken half a second. It is a ProgressCallback, so readers, writers and
+// operations drive it per row; it redraws only when the shown percentage
+// changes, and it cancels the work once a signal asked it to stop
+// (Interrupt.h).
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -30,6 +33,7 @@ class ProgressBar final : public ProgressCallback {
     std::FILE* stream_;
     bool visible_;
     int shownPercent_ = -1;
+    std::chrono::steady_clock::time_point started_;
 };
 
 }  // namespace vivark::cli

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <set>
@@ -15,6 +16,7 @@
 #include "app/cli/Cli.h"
 #include "formats/FormatTable.h"
 #include "formats/Loader.h"
+#include "formats/SaveDispatch.h"
 #include "formats/SaveOptions.h"
 #include "formats/bmp/BmpReader.h"
 #include "formats/gif/GifReader.h"
@@ -172,6 +174,30 @@ TEST(ConvertCommand, StandardStreamsAndPagesBeyondTheFile) {
     EXPECT_EQ(runTool({"convert", png, (dir / "x.bmp").string(), "--page", "2"}, nullptr, &err), 1);
     EXPECT_EQ(err, "vivark: " + png + ": page 2 does not exist: the file has 1 page\n");
     EXPECT_FALSE(std::filesystem::exists(dir / "x.bmp"));
+}
+
+// A signal during a save stops it: status 1, and no file, not even a
+// temporary one, is left beside the output.
+TEST(ConvertCommand, ASignalStopsTheWorkAndLeavesNoFile) {
+    TempDir dir;
+    StoredSaveOptions options;
+    // A photo-like picture, slow to deflate at level 9: the signal comes first.
+    Image big(1500, 1500, 24);
+    for (uint32_t y = 0; y < 1500; ++y) {
+        uint8_t* row = big.plane.mutableRow(y);
+        for (uint32_t x = 0; x < 4500; ++x)
+            row[x] = uint8_t(std::sin(x / 37.0) * 50 + std::cos(y / 23.0) * 50 + 128 + (x * y) % 7);
+    }
+    saveImage(big, dir / "big.bmp", *findWriterByName("bmp"), options);
+    std::filesystem::create_directory(dir / "out");
+    const std::string command = "'" + std::string(VIVARK_TOOL) + "' convert '" +
+                                (dir / "big.bmp").string() + "' '" +
+                                (dir / "out/big.png").string() +
+                                "' 2>/dev/null & pid=$!; sleep 0.3; kill -TERM $pid; wait $pid";
+    const int status = std::system(command.c_str());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_TRUE(std::filesystem::is_empty(dir / "out"));
 }
 
 // The listing names every entry of the registry and every writer, in text and
