@@ -155,22 +155,25 @@ void CcittDecoder::fill() {
     }
 }
 
+void CcittDecoder::more() {
+    uint8_t byte = source_->nextByte();  // the source throws when it is dry
+    if (lsbFirst_) byte = kReversed[byte];
+    bits_ |= uint64_t{byte} << (56 - count_);
+    count_ += 8;
+    ++bytesLoaded_;
+}
+
 void CcittDecoder::need(int count) {
     fill();
-    while (count_ < count) {
-        uint8_t byte = source_->nextByte();  // the source throws when it is dry
-        if (lsbFirst_) byte = kReversed[byte];
-        bits_ |= uint64_t{byte} << (56 - count_);
-        count_ += 8;
-        ++bytesLoaded_;
-    }
+    while (count_ < count) more();
 }
 
 bool CcittDecoder::nextBitsAreZero(int count) {
     if (count_ < count) fill();
-    if (count_ >= count) return peek(count) == 0;
-    if (count_ > 0 && peek(count_) != 0) return false;
-    need(count);
+    while (count_ < count) {
+        if (count_ > 0 && peek(count_) != 0) return false;
+        more();
+    }
     return peek(count) == 0;
 }
 
@@ -204,8 +207,10 @@ int32_t CcittDecoder::readRun(bool black) {
     for (;;) {
         if (count_ < kRunBits) fill();
         Entry entry = table[peek(kRunBits)];
-        if (entry.length > count_ || (entry.length == 0 && count_ < kRunBits)) {
-            need(entry.length != 0 ? entry.length : kRunBits);
+        // Near the end of the data, bytes are asked for one at a time and
+        // only while the code is not complete.
+        while ((entry.length == 0 || entry.length > count_) && count_ < kRunBits) {
+            more();
             entry = table[peek(kRunBits)];
         }
         if (entry.length == 0) return peek(11) == 0 ? kEolAhead : kInvalid;
@@ -242,8 +247,8 @@ CcittDecoder::RowEnd CcittDecoder::decode2D(uint32_t& n) {
     for (;;) {
         if (count_ < kRunBits) fill();
         Entry entry = kModeTable[peek(kModeBits)];
-        if (entry.length > count_ || (entry.length == 0 && count_ < kModeBits)) {
-            need(entry.length != 0 ? entry.length : kModeBits);
+        while ((entry.length == 0 || entry.length > count_) && count_ < kModeBits) {
+            more();
             entry = kModeTable[peek(kModeBits)];
         }
         if (entry.length == 0) {

@@ -73,6 +73,7 @@ class CcittDecoder final : public StreamDecoder {
 
     // The bit reader: bits_ holds count_ unread bits, most significant first.
     void fill();
+    void more();
     void need(int count);
     uint32_t peek(int count) const { return static_cast<uint32_t>(bits_ >> (64 - count)); }
     void drop(int count) {
