@@ -173,8 +173,11 @@ bool parsePnm(const std::string& text, Decoded& out) {
 
 // The independent decoder of a writer's files: netpbm's converter for the
 // format where it has one (ImageMagick 6 turns some bottom-up files over),
-// libjpeg's djpeg for JPEG, ImageMagick otherwise.
-std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file) {
+// libjpeg's djpeg for JPEG, libtiff's fax2tiff for raw fax, ImageMagick
+// otherwise; empty where none of them reads the format (structured fax,
+// checked by tests/formats/fax against files built by hand).
+std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file,
+                           const Image& source) {
     static const std::map<std::string, std::string> kNetpbm = {
         {"gif", "giftopnm"}, {"bmp", "bmptopnm"},  {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
         {"png", "pngtopnm"}, {"pbm", "pamtopnm"},  {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
@@ -183,6 +186,14 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
     const auto found = kNetpbm.find(ext);
     const std::string quoted = "'" + file.string() + "'";
     if (found != kNetpbm.end()) return found->second + " " + quoted + " 2>/dev/null";
+    if (ext == "sff") return {};
+    if (ext == "g3") {
+        // A raw fax states no width; fax2tiff also counts the end-of-page
+        // code's end-of-line codes as rows, which pamcut drops.
+        return "fax2tiff -M -X " + std::to_string(source.width()) + " -o " + quoted + ".tif " +
+               quoted + " >/dev/null 2>&1 && tifftopnm " + quoted +
+               ".tif 2>/dev/null | pamcut -height " + std::to_string(source.height());
+    }
     if (ext == "dcx") {
         // A DCX holds PCX pages: its first page, from the offset at byte 4,
         // goes to netpbm's PCX decoder.
@@ -210,8 +221,10 @@ TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
     ASSERT_FALSE(writtenFiles().empty());
     for (const Written& w : writtenFiles()) {
         SCOPED_TRACE(w.file.filename().string());
+        const std::string command = decoderCommand(*w.writer, w.file, w.source);
+        if (command.empty()) continue;
         Decoded decoded;
-        ASSERT_TRUE(parsePnm(run(decoderCommand(*w.writer, w.file)), decoded));
+        ASSERT_TRUE(parsePnm(run(command), decoded));
         ASSERT_EQ(decoded.width, w.source.width());
         ASSERT_EQ(decoded.height, w.source.height());
         const bool lossy = w.writer->formatTag == makeTag("JFIF");
