@@ -185,6 +185,7 @@ bool CcittDecoder::skipToEol(bool scan) {
         if (!scan) return false;
         // A one lies within the next eleven bits: drop up to it.
         drop(std::countl_zero(bits_) + 1);
+        junkSkipped_ = true;
     }
     drop(11);
     for (;;) {
@@ -295,8 +296,12 @@ CcittDecoder::RowEnd CcittDecoder::decodeOneRow() {
         // Each row follows an end of line. The first row of a run of data may
         // come without one; anything else before an end of line is skipped,
         // as fax software does.
+        junkSkipped_ = false;
         bool eol = eolPending_ || skipToEol(rowsDecoded_ != 0);
         eolPending_ = false;
+        // Bits between a row's end and the next end of line mean the row
+        // before was not what was coded.
+        if (junkSkipped_) ++damagedRows_;
         bool twoD = false;
         if (eol && (mode_ & ccitt::kTwoDimensional) != 0) {
             need(1);

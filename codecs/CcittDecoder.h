@@ -8,7 +8,8 @@
 // Damage. Where rows are preceded by end-of-line codes (kEols), an invalid
 // code, a row whose runs overshoot the width, or an end of line inside a row
 // ends that row: what was decoded stays, the rest is white, the row is counted
-// in damagedRows(), and decoding resumes at the next end of line. Coding
+// in damagedRows(), and decoding resumes at the next end of line; a row
+// followed by other bits than fill before its end of line is counted too. Coding
 // without end-of-line codes cannot be resynchronised, so the same faults throw
 // CCITTERROR::InvalidCode there. Running out of input is the source's business
 // (its error propagates). Rows asked of decode() after the end-of-page code
@@ -98,7 +99,8 @@ class CcittDecoder final : public StreamDecoder {
     uint64_t bits_ = 0;
     int count_ = 0;
     uint64_t bytesLoaded_ = 0;
-    bool eolPending_ = false;  // the next row's end of line was already taken
+    bool eolPending_ = false;   // the next row's end of line was already taken
+    bool junkSkipped_ = false;  // bits other than fill came before an end of line
     bool endOfPage_ = false;
     uint32_t rowsDecoded_ = 0;
     uint32_t damagedRows_ = 0;
