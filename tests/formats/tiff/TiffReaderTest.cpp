@@ -1,0 +1,242 @@
+// The TIFF reader against libtiff: files made by libtiff's tools, netpbm and
+// ImageMagick from one small picture, each decoded by us and by tifftopnm
+// (or libtiff's RGBA interface, or ImageMagick) and compared pixel for
+// pixel; and hand-built directories for the refusals and quiet ends of the
+// directory walk.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/Errors.h"
+#include "formats/Loader.h"
+#include "formats/tiff/TiffFormat.h"
+#include "formats/tiff/TiffReader.h"
+#include "support/Throws.h"
+#include "tests/formats/tiff/TiffTestSupport.h"
+
+namespace vivark {
+namespace {
+
+// The source pictures: colour with flat areas and ramps, grey, bilevel.
+void writeSources(const test::TempDir& dir) {
+    const uint32_t w = 45, h = 29;
+    std::string ppm = "P6\n45 29\n255\n", pgm = "P5\n45 29\n255\n", pbm = "P4\n45 29\n";
+    for (uint32_t y = 0; y < h; ++y) {
+        uint8_t bits[6] = {};
+        for (uint32_t x = 0; x < w; ++x) {
+            const bool block = (x / 9 + y / 7) % 2 == 0;
+            ppm += char(block ? 200 : x * 5);
+            ppm += char(block ? 40 : y * 8);
+            ppm += char(block ? 90 : (x * y) & 0xFF);
+            pgm += char(block ? 17 : x * 5 + y);
+            if ((x * x + y * 3) % 5 < 2) bits[x / 8] |= uint8_t(0x80 >> (x % 8));
+        }
+        pbm.append(reinterpret_cast<char*>(bits), 6);
+    }
+    dir.write("src.ppm", ppm);
+    dir.write("src.pgm", pgm);
+    dir.write("src.pbm", pbm);
+}
+
+enum class Reference { Netpbm, Rgba, ImageMagick };
+
+struct ToolCase {
+    const char* name;
+    // Shell commands writing out.tif in the directory; src.ppm, src.pgm and
+    // src.pbm are there, and so are base.tif (RGB), grey.tif and bw.tif.
+    const char* command;
+    Reference reference;
+    int tolerance;
+};
+
+constexpr ToolCase kToolCases[] = {
+    {"rgb none", "cp base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb lzw predictor", "pnmtotiff -truecolor -lzw -predictor=2 src.ppm > out.tif",
+     Reference::Netpbm, 0},
+    {"rgb packbits", "pnmtotiff -truecolor -packbits src.ppm > out.tif", Reference::Netpbm, 0},
+    {"rgb deflate predictor", "tiffcp -c zip:2 base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb adobe deflate", "tiffcp -c zip base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb strips of 3 rows", "tiffcp -c lzw -r 3 base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb planar", "tiffcp -p separate -c lzw base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb tiles", "tiffcp -t -w 16 -l 16 base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb planar tiles packbits", "tiffcp -p separate -t -w 32 -l 16 -c packbits base.tif out.tif",
+     Reference::Netpbm, 0},
+    {"rgb big-endian", "tiffcp -B -c lzw:2 base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb little-endian", "tiffcp -L base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb fill order 2", "tiffcp -f lsb2msb -c lzw base.tif out.tif", Reference::Netpbm, 0},
+    {"rgb 16 bits", "convert-im6.q16 src.ppm -depth 16 out.tif", Reference::Netpbm, 0},
+    {"rgb 16 bits big-endian predictor",
+     "convert-im6.q16 src.ppm -depth 16 -define tiff:endian=msb t.tif && tiffcp -c lzw:2 t.tif "
+     "out.tif",
+     Reference::Netpbm, 0},
+    {"rgb float", "convert-im6.q16 src.ppm -define quantum:format=floating-point -depth 32 out.tif",
+     Reference::ImageMagick, 0},
+    {"rgb alpha", "convert-im6.q16 src.ppm -alpha set -channel A -fx 'i/w' out.tif",
+     Reference::Netpbm, 0},
+    {"cmyk", "convert-im6.q16 src.ppm -colorspace CMYK out.tif", Reference::Netpbm, 1},
+    {"lab", "convert-im6.q16 src.ppm -colorspace Lab out.tif", Reference::ImageMagick, 3},
+    {"jpeg ycbcr", "convert-im6.q16 src.ppm -compress JPEG -quality 90 out.tif", Reference::Rgba,
+     2},
+    {"jpeg rgb strips", "tiffcp -c jpeg:r -r 16 base.tif out.tif", Reference::Rgba, 2},
+    {"jpeg tiles", "tiffcp -c jpeg -t -w 16 -l 16 base.tif out.tif", Reference::Rgba, 2},
+    {"ycbcr subsampled uncompressed",
+     "convert-im6.q16 src.ppm -compress JPEG t.tif && tiffcp -c none t.tif out.tif",
+     Reference::Rgba, 2},
+    {"palette 8 bits", "convert-im6.q16 src.ppm -type Palette out.tif", Reference::Netpbm, 0},
+    {"palette 4 bits", "convert-im6.q16 src.ppm -colors 12 -type Palette -depth 4 out.tif",
+     Reference::Netpbm, 0},
+    {"grey none", "cp grey.tif out.tif", Reference::Netpbm, 0},
+    {"grey lzw predictor", "tiffcp -c lzw:2 grey.tif out.tif", Reference::Netpbm, 0},
+    {"grey 4 bits", "convert-im6.q16 src.pgm -depth 4 out.tif", Reference::Netpbm, 0},
+    {"grey 2 bits", "convert-im6.q16 src.pgm -depth 2 out.tif", Reference::Netpbm, 0},
+    {"grey 16 bits", "convert-im6.q16 src.pgm -depth 16 out.tif", Reference::Netpbm, 0},
+    {"grey min-is-white", "convert-im6.q16 src.pgm -define tiff:photometric=min-is-white out.tif",
+     Reference::Netpbm, 0},
+    {"bilevel", "cp bw.tif out.tif", Reference::Netpbm, 0},
+    {"bilevel min-is-black packbits", "pnmtotiff -minisblack -packbits src.pbm > out.tif",
+     Reference::Netpbm, 0},
+    {"bilevel tiles", "tiffcp -t -w 16 -l 16 bw.tif out.tif", Reference::Netpbm, 0},
+    {"orientation 6", "tiffcp base.tif t.tif && tiffset -s 274 6 t.tif && mv t.tif out.tif",
+     Reference::Rgba, 0},
+    {"orientation 3, 4 bits",
+     "convert-im6.q16 src.pgm -depth 4 t.tif && tiffset -s 274 3 t.tif && mv t.tif out.tif",
+     Reference::Rgba, 0},
+};
+
+TEST(TiffReader, DecodesTheToolsFilesAsLibtiffDoes) {
+    if (!test::haveTiffTools()) GTEST_SKIP() << "libtiff-tools, netpbm and ImageMagick are needed";
+    test::TempDir dir;
+    writeSources(dir);
+    const std::string cd = "cd '" + dir.path().string() + "' && ";
+    ASSERT_EQ(std::system((cd + "pnmtotiff -truecolor src.ppm > base.tif 2>/dev/null && "
+                                "pnmtotiff src.pgm > grey.tif 2>/dev/null && "
+                                "pnmtotiff src.pbm > bw.tif 2>/dev/null")
+                              .c_str()),
+              0);
+    for (const ToolCase& c : kToolCases) {
+        SCOPED_TRACE(c.name);
+        std::filesystem::remove(dir / "out.tif");
+        ASSERT_EQ(std::system((cd + "(" + c.command + ") 2>/dev/null").c_str()), 0);
+        const auto file = dir / "out.tif";
+        Image ours;
+        const LoadResult loaded = loadFile(ours, file.string(), ReadOptions{});
+        ASSERT_TRUE(loaded.completed) << messageText(loaded.message);
+        test::Colours reference;
+        if (c.reference == Reference::ImageMagick)
+            test::parsePpm(
+                test::runTool("convert-im6.q16 '" + file.string() + "' -depth 8 ppm:- 2>/dev/null"),
+                reference);
+        else
+            reference = test::referenceDecode(file, c.reference == Reference::Rgba);
+        ASSERT_GT(reference.width, 0u);
+        EXPECT_LE(test::worstDifference(reference, ours), c.tolerance);
+    }
+}
+
+// A little-endian page of 2 x 2 grey pixels whose entries a case changes.
+struct Field {
+    uint16_t tag, type;
+    uint32_t count, value;
+};
+
+std::string buildTiff(std::vector<Field> fields, const std::string& strip = "\x10\x20\x30\x40") {
+    auto put16 = [](std::string& s, uint32_t v) { s += char(v & 0xFF), s += char(v >> 8 & 0xFF); };
+    auto put32 = [&](std::string& s, uint32_t v) { put16(s, v & 0xFFFF), put16(s, v >> 16); };
+    std::vector<Field> entries = {
+        {256, 3, 1, 2}, {257, 3, 1, 2}, {258, 3, 1, 8}, {259, 3, 1, 1},
+        {262, 3, 1, 1}, {273, 4, 1, 8}, {278, 3, 1, 2}, {279, 4, 1, uint32_t(strip.size())}};
+    for (const Field& f : fields) {
+        auto same = std::find_if(entries.begin(), entries.end(),
+                                 [&](const Field& e) { return e.tag == f.tag; });
+        if (same != entries.end() && f.type == 0)
+            entries.erase(same);
+        else if (same != entries.end())
+            *same = f;
+        else
+            entries.push_back(f);
+    }
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const Field& a, const Field& b) { return a.tag < b.tag && a.type != 13; });
+    std::string s = "II*";
+    s += '\0';
+    put32(s, uint32_t(8 + strip.size()));
+    s += strip;
+    put16(s, uint32_t(entries.size()));
+    for (const Field& e : entries) {
+        put16(s, e.tag), put16(s, e.type), put32(s, e.count);
+        if (e.type == 3 && e.count == 1)
+            put16(s, e.value), put16(s, 0);
+        else
+            put32(s, e.value);
+    }
+    put32(s, 0);
+    return s;
+}
+
+TEST(TiffReader, DirectoryChecksRaiseTheirErrorsAndDamagedEntriesEndTheWalkQuietly) {
+    struct Case {
+        const char* name;
+        std::vector<Field> fields;
+        std::optional<TIFFERROR> error;  // none: the page decodes
+        std::string strip = "\x10\x20\x30\x40";
+    };
+    const Case cases[] = {
+        {"plain page", {}, std::nullopt},
+        {"compression 9", {{259, 3, 1, 9}}, TIFFERROR::UnsupportedCompression},
+        {"photometric 4", {{262, 3, 1, 4}}, TIFFERROR::UnsupportedPhotometric},
+        {"photometric 7", {{262, 3, 1, 7}}, TIFFERROR::UnsupportedPhotometric},
+        {"fill order 3", {{266, 3, 1, 3}}, TIFFERROR::UnsupportedFillOrder},
+        {"bits per sample 0", {{258, 3, 1, 0}}, TIFFERROR::ZeroBitsPerSample},
+        {"samples per pixel 0", {{277, 3, 1, 0}}, TIFFERROR::BadSamplesPerPixel},
+        {"samples per pixel 300", {{277, 3, 1, 300}}, TIFFERROR::BadSamplesPerPixel},
+        {"planar configuration 3", {{284, 3, 1, 3}}, TIFFERROR::UnsupportedPlanarConfig},
+        {"predictor 3", {{317, 3, 1, 3}}, TIFFERROR::UnsupportedPredictor},
+        {"JPEGProc 14", {{512, 3, 1, 14}}, TIFFERROR::UnsupportedJpeg},
+        {"JPEGQTables for two samples of one", {{519, 4, 2, 8}}, TIFFERROR::DataIntegrity},
+        {"old-style JPEG of 4 bits",
+         {{258, 3, 1, 4}, {259, 3, 1, 6}},
+         TIFFERROR::ZeroBitsPerSample},
+        {"no photometric, 4 samples",
+         {{262, 0, 0, 0}, {258, 3, 4, 0}, {277, 3, 1, 4}},
+         TIFFERROR::MissingPhotometric},
+        {"palette of 16 bits", {{258, 3, 1, 16}, {262, 3, 1, 3}}, TIFFERROR::ColourMapTooLarge},
+        {"12 bits per sample", {{258, 3, 1, 12}}, TIFFERROR::UnsupportedDataType},
+        {"CMYK of another ink set",
+         {{262, 3, 1, 5}, {332, 3, 1, 2}},
+         TIFFERROR::UnsupportedPhotometric},
+        {"field type 13 after the needed tags", {{700, 13, 1, 0}}, std::nullopt},
+        {"entry data beyond the file", {{700, 4, 100, 0x7FFF0000}}, std::nullopt},
+        {"field type 13 before the width", {{200, 13, 1, 0}}, TIFFERROR::DataIntegrity},
+        {"packbits run overshooting its row",
+         {{259, 3, 1, 32773}},
+         std::nullopt,
+         std::string("\xFD\x07\xFD\x08", 4)},
+        {"orientation 6", {{274, 3, 1, 6}}, std::nullopt},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string bytes = buildTiff(c.fields, c.strip);
+        const auto error =
+            test::thrownBy<TIFFERROR>([&] { test::readFromBytes(bytes, makeTiffReader); });
+        EXPECT_EQ(error, c.error);
+    }
+    // Big-endian files read the same; "II" with 00 2A is not TIFF.
+    std::string bytes = buildTiff({});
+    EXPECT_EQ(test::readFromBytes(bytes, makeTiffReader).plane.row(1)[1], 0x40);
+    bytes[2] = 0, bytes[3] = 0x2A;
+    EXPECT_EQ(test::thrownBy<TIFFERROR>([&] { test::readFromBytes(bytes, makeTiffReader); }),
+              std::optional(TIFFERROR::InvalidFile));
+    Image second;
+    second.pageNumber = 2;
+    ReadOptions page2;
+    page2.page = 2;
+    EXPECT_EQ(test::thrownBy<TIFFERROR>(
+                  [&] { test::readFromBytes(buildTiff({}), makeTiffReader, page2); }),
+              std::optional(TIFFERROR::DataIntegrity));
+}
+
+}  // namespace
+}  // namespace vivark
