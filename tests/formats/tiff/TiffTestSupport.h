@@ -53,18 +53,25 @@ inline bool parsePpm(const std::string& bytes, Colours& out) {
     return true;
 }
 
-// netpbm's decode of a TIFF (through libtiff's RGBA interface when `rgba`).
-inline Colours referenceDecode(const std::filesystem::path& file, bool rgba) {
+// Who decodes a file for comparison: netpbm's tifftopnm, libtiff's RGBA
+// interface (tiff2rgba), or ImageMagick with alpha left out (tifftopnm
+// blends colour with alpha).
+enum class Reference { Netpbm, Rgba, ImageMagick };
+
+inline Colours referenceDecode(const std::filesystem::path& file, Reference reference) {
     const std::string quoted = "'" + file.string() + "'";
     std::string command;
-    if (rgba) {
+    if (reference == Reference::Rgba) {
         const std::string converted = "'" + file.string() + ".rgba.tif'";
         command = "tiff2rgba -c none " + quoted + " " + converted + " && tifftopnm " + converted;
+    } else if (reference == Reference::ImageMagick) {
+        command = "convert-im6.q16 " + quoted + "[0] -auto-orient -alpha off -depth 8 ppm:-";
     } else {
         command = "tifftopnm " + quoted;
     }
     Colours c;
-    parsePpm(runTool(command + " 2>/dev/null | pamdepth 255 | ppmtoppm 2>/dev/null"), c);
+    parsePpm(runTool(command + " 2>/dev/null | pamdepth 255 2>/dev/null | ppmtoppm 2>/dev/null"),
+             c);
     return c;
 }
 

@@ -80,9 +80,16 @@ TEST(TiffWriter, EveryOptionGivesAFileLibtiffReadsBackToThePicture) {
             const Image source = convertForWriter(sources[i], writer, options);
             saveImage(source, file, writer, options);
             EXPECT_EQ(std::system(("tiffinfo '" + file.string() + "' >/dev/null 2>&1").c_str()), 0);
-            const test::Colours reference = test::referenceDecode(file, false);
+            // tifftopnm knows no YCbCr and blends alpha into the colour.
+            const test::Colours reference = test::referenceDecode(
+                file, row.lossy                                      ? test::Reference::Rgba
+                      : source.secondPlaneKind == SecondPlane::Alpha ? test::Reference::ImageMagick
+                                                                     : test::Reference::Netpbm);
             if (row.lossy) {
-                EXPECT_LE(test::worstDifference(reference, source), 48);
+                // Within what libjpeg's own decode gives: ours and libtiff's agree.
+                Image back;
+                ASSERT_TRUE(loadFile(back, file.string(), ReadOptions{}).completed);
+                EXPECT_LE(test::worstDifference(reference, back), 2);
             } else {
                 EXPECT_EQ(test::worstDifference(reference, source), 0);
                 // Our own reader agrees, alpha and resolution included.
@@ -106,6 +113,7 @@ TEST(TiffWriter, PagesGoIntoOneFileInOrder) {
     saveImagePages(pages, file, *findWriterByName("tif"), options);
     EXPECT_EQ(test::runTool("tiffinfo '" + file.string() + "' 2>/dev/null | grep -c 'Image Width'"),
               std::to_string(pages.size()) + "\n");
+    // Each page as libtiff reads it from the file (tiffcp's FILE,N names a page).
     for (uint32_t page = 1; page <= pages.size(); ++page) {
         SCOPED_TRACE(page);
         Image read;
@@ -114,19 +122,14 @@ TEST(TiffWriter, PagesGoIntoOneFileInOrder) {
         ASSERT_TRUE(loadFile(read, file.string(), request).completed);
         EXPECT_EQ(read.pageCount, pages.size());
         const Image written = convertForWriter(pages[page - 1], *findWriterByName("tif"), options);
+        const auto one = dir / "one.tif";
+        std::filesystem::remove(one);
+        ASSERT_EQ(std::system(("tiffcp '" + file.string() + "," + std::to_string(page - 1) + "' '" +
+                               one.string() + "'")
+                                  .c_str()),
+                  0);
         EXPECT_EQ(
-            test::worstDifference(
-                [&] {
-                    test::Colours c;
-                    test::parsePpm(
-                        test::runTool("tiffcp '" + file.string() + "," + std::to_string(page - 1) +
-                                      "' '" + (dir / "one.tif").string() + "' && tifftopnm '" +
-                                      (dir / "one.tif").string() +
-                                      "' 2>/dev/null | pamdepth 255 | ppmtoppm"),
-                        c);
-                    return c;
-                }(),
-                read),
+            test::worstDifference(test::referenceDecode(one, test::Reference::ImageMagick), read),
             0);
         EXPECT_TRUE(test::samePixels(read, written) ||
                     read.bitsPerPixel() != written.bitsPerPixel());
