@@ -10,7 +10,7 @@ packages=(
   libjpeg-dev libturbojpeg0-dev
   libcli11-dev
   clang libclang-rt-14-dev clang-format
-  zlib1g-dev libpng-dev libgif-dev libdeflate-dev
+  zlib1g-dev libpng-dev libgif-dev libdeflate-dev libtiff-dev
   ccache
   netpbm imagemagick libtiff-tools giflib-tools uudeview sharutils libjpeg-turbo-progs
   ghostscript poppler-utils xvfb x11-apps

@@ -40,6 +40,27 @@ MessageId messageOf(FAX3WRITEERROR e) {
 
 constexpr ErrorMapping kSffErrors[] = {
     errorMapping<SFFERROR, messageOf, 4>(),
+    errorMapping<FAX3WRITEERROR, messageOf, 1>(),
+};
+
+const WriterEntry kSffWriters[] = {
+    {"Structured Fax File",
+     {"sff"},
+     {"sff"},
+     makeTag("SFF "),
+     depthSet({1}),
+     ColourNeed::BlackAndWhite,
+     writeSff},
+};
+
+const WriterEntry kFax3Writers[] = {
+    {"CCITT Group 3 Facsimile",
+     {"g3", "fax"},
+     {"g3", "fax"},
+     makeTag("FAX3"),
+     depthSet({1}),
+     ColourNeed::BlackAndWhite,
+     writeFax3},
 };
 
 constexpr ErrorMapping kFax3Errors[] = {
@@ -50,11 +71,21 @@ constexpr ErrorMapping kFax3Errors[] = {
 }  // namespace
 
 extern const FormatEntry sffFormat;
-constinit const FormatEntry sffFormat{
-    "Structured Fax File", makeTag("SFF "), identifySff, nullptr, kSffErrors, {}, {}};
+constinit const FormatEntry sffFormat{"Structured Fax File",
+                                      makeTag("SFF "),
+                                      identifySff,
+                                      makeSffReader,
+                                      kSffErrors,
+                                      kSffWriters,
+                                      {}};
 
 extern const FormatEntry fax3Format;
-constinit const FormatEntry fax3Format{
-    "CCITT Group 3 Facsimile", makeTag("FAX3"), identifyFax3, nullptr, kFax3Errors, {}, {}};
+constinit const FormatEntry fax3Format{"CCITT Group 3 Facsimile",
+                                       makeTag("FAX3"),
+                                       identifyFax3,
+                                       makeFax3Reader,
+                                       kFax3Errors,
+                                       kFax3Writers,
+                                       {}};
 
 }  // namespace vivark

@@ -7,17 +7,18 @@
 // When the page header gives no page length, the rows are counted from the
 // page's records, up to the next page header or the end of the data.
 //
-// Raw fax: a trial decoding with Fax3Decoder. The stream must begin with an
+// Raw fax: a trial decoding with CcittDecoder. The stream must begin with an
 // end-of-line code and every row must be preceded by one; the first two rows
 // are measured (their runs up to the next end of line) and must have the same
 // width; then the trial must run 20 steps, a step being one row of that width
-// decoded without an invalid code. The height reported is the number of rows
+// measured without an invalid code. The height reported is the number of rows
 // up to the end of the page, the end of the data or the first damaged row, at
-// most kMaxCountedRows.
+// most kMaxCountedRows. Rows wider than kMaxProbeWidth are not taken for a
+// fax (fax pages are 1728 to 4864 pixels wide).
 #include <array>
 
 #include "codecs/ByteSources.h"
-#include "codecs/FaxDecoder.h"
+#include "codecs/CcittDecoder.h"
 #include "formats/IdentifySupport.h"
 #include "formats/fax/FaxFormat.h"
 
@@ -26,6 +27,7 @@ namespace {
 
 constexpr uint32_t kTrialRows = 20;
 constexpr uint32_t kMaxCountedRows = 8192;
+constexpr uint32_t kMaxProbeWidth = 32768;
 // Records examined while counting a structured fax page's rows.
 constexpr uint32_t kMaxRecords = 65536;
 
@@ -78,30 +80,42 @@ bool identifySff(InFile& file, FormatInfo* info) {
     return accept(info, width, height, 1, makeTag("SFF "));
 }
 
-bool identifyFax3(InFile& file, FormatInfo* info) {
+uint32_t measureRawFax(InFile& file) {
     InFileSource source(file);
-    Fax3Decoder decoder(Fax3Decoder::kMaxColumns, {.eolRequired = true});
+    CcittDecoder decoder(kMaxProbeWidth, kRawFaxMode);
     decoder.attach(&source);
-    std::array<uint8_t, Fax3Decoder::kMaxColumns / 8> row;
-    uint32_t width;
+    decoder.reset();
     try {
-        width = decoder.measureRow();
-        if (width == 0 || decoder.measureRow() != width) return false;
-        decoder.setColumns(width);
+        const uint32_t width = decoder.measureRow();
+        return width != 0 && decoder.measureRow() == width ? width : 0;
+    } catch (CCITTERROR) {
+        return 0;
+    }
+}
+
+bool identifyFax3(InFile& file, FormatInfo* info) {
+    const uint32_t width = measureRawFax(file);
+    if (width == 0) return false;
+    file.seek(0);
+    InFileSource source(file);
+    CcittDecoder decoder(width, kRawFaxMode);
+    decoder.attach(&source);
+    decoder.reset();
+    try {
         while (decoder.rowsDecoded() < kTrialRows) {
-            if (!decoder.decodeRow(row.data())) return false;
+            if (decoder.measureRow() != width) return false;
         }
     } catch (CCITTERROR) {
         return false;
     }
+    uint32_t height = kTrialRows;
     try {
-        while (decoder.rowsDecoded() < kMaxCountedRows && decoder.decodeRow(row.data())) {
-        }
+        while (height < kMaxCountedRows && decoder.measureRow() == width) ++height;
     } catch (CCITTERROR) {
     } catch (INFILEERROR error) {
         if (error != INFILEERROR::UnexpectedEnd) throw;
     }
-    return accept(info, width, decoder.rowsDecoded(), 1, makeTag("FAX3"));
+    return accept(info, width, height, 1, makeTag("FAX3"));
 }
 
 }  // namespace vivark
