@@ -117,6 +117,8 @@ TiffSampleLayout tiffSampleLayout(const TiffPageInfo& info, bool bigEndian) {
         if (l.bits != 8 && l.bits != 16) throw TIFFERROR::UnsupportedPredictor;
         l.predictor = true;
     }
+    // The fax decoder hands out rows 1 = black whatever the photometric value.
+    if (isFax(info.compression)) l.photometric = 0;
     // The JPEG library hands out colour as RGB and grey as grey.
     if (isJpeg(info.compression) && photometric == 6) l.photometric = 2;
     return l;
