@@ -265,6 +265,11 @@ void TiffRowWriter::write(uint32_t y, uint8_t* const* planes) {
 void TiffRowWriter::writeRow(uint32_t y, const uint8_t* raw) {
     const uint32_t w = layout_.width;
     if (!indices_) {
+        // 8-bit samples are used where they lie.
+        if (layout_.bits == 8) {
+            placeColour(y, raw);
+            return;
+        }
         toEightBits(raw, samples_.data(), size_t{w} * layout_.samples);
         placeColour(y, samples_.data());
         return;
@@ -292,7 +297,9 @@ void TiffRowWriter::placeColour(uint32_t y, const uint8_t* s) {
         for (uint32_t x = 0; x < w; ++x) extra_[x] = s[size_t{x} * n + a];
         alphaRows_->place(y, extra_.data());
     }
-    uint8_t* out = pixels_.data();
+    // Rows that need no turning are converted straight into the Image.
+    uint8_t* direct = rows_.directRow(y);
+    uint8_t* out = direct != nullptr ? direct : pixels_.data();
     // The colour samples, packed without the extra ones.
     auto compact = [&](uint32_t keep) -> const uint8_t* {
         if (n == keep) return s;
@@ -324,13 +331,13 @@ void TiffRowWriter::placeColour(uint32_t y, const uint8_t* s) {
         }
         default:  // grey with extra samples, or of more than 8 bits
             if (n == 1) {
-                out = const_cast<uint8_t*>(s);
+                std::memcpy(out, s, w);
             } else {
                 for (uint32_t x = 0; x < w; ++x) out[x] = s[size_t{x} * n];
             }
             break;
     }
-    rows_.place(y, out);
+    if (direct == nullptr) rows_.place(y, out);
 }
 
 void TiffRowWriter::writeYcbcrUnit(uint32_t y, const uint8_t* raw) {
