@@ -245,5 +245,91 @@ TEST(TiffReader, DirectoryChecksRaiseTheirErrorsAndDamagedEntriesEndTheWalkQuiet
               std::optional(TIFFERROR::DataIntegrity));
 }
 
+// The two row coders no tool writes, on hand-coded strips of 4 x 2 pixels.
+TEST(TiffReader, NextAndThunderScanRowsDecode) {
+    struct Case {
+        const char* name;
+        uint32_t compression, bits;
+        std::string strip;
+        std::string rows;  // the Image's packed rows, top first
+    };
+    const Case cases[] = {
+        // A literal row, then a run of grey 3 over the whole row.
+        {"NeXT", 32766, 2, std::string("\x00\x1B\xC4", 3), std::string("\x01\x23\x33\x33", 4)},
+        // A raw 5 and three 2-bit deltas (+1, +1, -1); a raw 9 and a run of 3.
+        {"ThunderScan", 32809, 4, std::string("\xC5\x57\xC9\x03", 4),
+         std::string("\x56\x76\x99\x99", 4)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Image image = test::readFromBytes(
+            buildTiff({{256, 3, 1, 4}, {258, 3, 1, c.bits}, {259, 3, 1, c.compression}}, c.strip),
+            makeTiffReader);
+        ASSERT_EQ(image.bitsPerPixel(), 4u);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(image.plane.row(0)), 2) +
+                      std::string(reinterpret_cast<const char*>(image.plane.row(1)), 2),
+                  c.rows);
+    }
+}
+
+// Old-style JPEG pages made from one baseline JPEG of libjpeg's cjpeg: one
+// that points at the whole stream (JPEGInterchangeFormat), and one that has
+// only the scan data as its strip and the tables as JPEGQTables, JPEGDCTables
+// and JPEGACTables. Both decode exactly as djpeg decodes the stream.
+TEST(TiffReader, OldStyleJpegPagesDecodeAsTheirStreamDoes) {
+    if (std::system("command -v cjpeg >/dev/null && command -v djpeg >/dev/null") != 0)
+        GTEST_SKIP() << "libjpeg-turbo-progs is needed";
+    test::TempDir dir;
+    writeSources(dir);
+    const std::string jpeg = test::runTool("cjpeg -baseline '" + (dir / "src.pgm").string() + "'");
+    test::Colours reference;
+    dir.write("src.jpg", jpeg);
+    ASSERT_TRUE(test::parsePpm(
+        test::runTool("djpeg -pnm '" + (dir / "src.jpg").string() + "' | ppmtoppm"), reference));
+
+    // The stream's tables and scan data.
+    std::string quant, dc, ac, scan;
+    for (size_t at = 2; at + 4 <= jpeg.size();) {
+        const uint8_t marker = uint8_t(jpeg[at + 1]);
+        const size_t length = size_t(uint8_t(jpeg[at + 2])) << 8 | uint8_t(jpeg[at + 3]);
+        const std::string body = jpeg.substr(at + 4, length - 2);
+        if (marker == 0xDB) quant = body.substr(1, 64);
+        if (marker == 0xC4) {
+            for (size_t t = 0; t < body.size();) {
+                size_t n = 0;
+                for (size_t i = 1; i <= 16; ++i) n += uint8_t(body[t + i]);
+                (body[t] & 0x10 ? ac : dc) = body.substr(t + 1, 16 + n);
+                t += 17 + n;
+            }
+        }
+        if (marker == 0xDA) {
+            scan = jpeg.substr(at + 2 + length, jpeg.size() - (at + 2 + length) - 2);
+            break;
+        }
+        at += 2 + length;
+    }
+    ASSERT_EQ(quant.size(), 64u);
+    ASSERT_FALSE(dc.empty());
+    ASSERT_FALSE(ac.empty());
+
+    const std::vector<Field> page = {
+        {256, 3, 1, 45}, {257, 3, 1, 29}, {259, 3, 1, 6}, {278, 3, 1, 29}, {512, 3, 1, 1}};
+    std::vector<Field> whole = page;
+    whole.push_back({279, 4, 1, uint32_t(jpeg.size())});
+    whole.push_back({513, 4, 1, 8});
+    whole.push_back({514, 4, 1, uint32_t(jpeg.size())});
+    std::vector<Field> tables = page;
+    const uint32_t base = 8 + uint32_t(scan.size());
+    tables.push_back({279, 4, 1, uint32_t(scan.size())});
+    tables.push_back({519, 4, 1, base});
+    tables.push_back({520, 4, 1, base + 64});
+    tables.push_back({521, 4, 1, base + 64 + uint32_t(dc.size())});
+    for (const std::string& bytes :
+         {buildTiff(whole, jpeg), buildTiff(tables, scan + quant + dc + ac)}) {
+        const Image image = test::readFromBytes(bytes, makeTiffReader);
+        EXPECT_EQ(test::worstDifference(reference, image), 0);
+    }
+}
+
 }  // namespace
 }  // namespace vivark
