@@ -53,8 +53,7 @@ bool TiffDirectoryReader::enterDirectory(uint32_t offset) {
     directoryOpen_ = false;
     if (offset == 0 || uint64_t{offset} + 2 > fileLength_) return false;
     if (visited_.size() >= kMaxDirectories) return false;
-    if (std::find(visited_.begin(), visited_.end(), offset) != visited_.end()) return false;
-    visited_.push_back(offset);
+    if (!visited_.insert(offset).second) return false;
     file_.seek(offset);
     uint8_t count[2];
     file_.read(count, 2);

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_set>
 #include <vector>
 
 #include "core/InFile.h"
@@ -70,7 +71,7 @@ class TiffDirectoryReader {
     uint32_t entryCount_ = 0;
     uint32_t entryIndex_ = 0;
     bool directoryOpen_ = false;
-    std::vector<uint32_t> visited_;
+    std::unordered_set<uint32_t> visited_;
 
     uint16_t tag_ = 0, type_ = 0;
     uint32_t count_ = 0;

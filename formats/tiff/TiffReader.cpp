@@ -179,7 +179,9 @@ void TiffReader::readInto(Image& image, const ReadOptions& options) {
     const uint64_t bandUnits = rowAtATime ? 1 : std::min<uint64_t>(unitsPerChunk, layout.height);
     const uint64_t bandBytes = bandRowBytes * bandUnits * grid.planes;
     const uint64_t allowance = options.limits.maxBytes * 4 + 65536;
-    if (bandBytes > allowance || chunkRowBytes > allowance) throw IMAGEERROR::TooLarge;
+    const uint64_t rowSamples = uint64_t{layout.width} * layout.samples;
+    if (bandBytes > allowance || chunkRowBytes > allowance || rowSamples > allowance)
+        throw IMAGEERROR::TooLarge;
 
     if (isJpeg(info.compression)) {
         auto jpeg = std::make_unique<TiffJpegDecoder>(info, static_cast<uint32_t>(chunkRowBytes));

@@ -113,8 +113,10 @@ TiffSampleLayout tiffSampleLayout(const TiffPageInfo& info, bool bigEndian) {
         if (l.subH * l.subV > 1 && (l.planar || l.samples != 3))
             throw TIFFERROR::UnsupportedPlanarConfig;
     }
+    if (isJpeg(info.compression) && l.planar) throw TIFFERROR::UnsupportedPlanarConfig;
     if (info.predictor == 2) {
-        if (l.bits != 8 && l.bits != 16) throw TIFFERROR::UnsupportedPredictor;
+        if ((l.bits != 8 && l.bits != 16) || l.subH * l.subV > 1)
+            throw TIFFERROR::UnsupportedPredictor;
         l.predictor = true;
     }
     // The fax decoder hands out rows 1 = black whatever the photometric value.
