@@ -164,6 +164,9 @@ void TiffReader::readInto(Image& image, const ReadOptions& options) {
         image.resolution = r;
     }
 
+    // A headers-only read ends here: page count, tag and resolution, no pixels.
+    if (options.headerOnly) return;
+
     // Bytes of one stored row (or row of YCbCr blocks) of a chunk, and of a
     // band of chunks side by side. A tile row must start on a byte.
     const uint64_t chunkRowBytes = layout.rowBytes(grid.width);
