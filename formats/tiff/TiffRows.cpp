@@ -195,7 +195,20 @@ void TiffRowWriter::finish() {
 void TiffRowWriter::undoPredictor(uint8_t* row, uint32_t n) {
     const size_t count = size_t{layout_.width} * n;
     if (layout_.bits == 8) {
-        for (size_t i = n; i < count; ++i) row[i] = uint8_t(row[i] + row[i - n]);
+        // The running sums stay in registers for the common sample counts.
+        if (n == 3) {
+            uint8_t r = row[0], g = row[1], b = row[2];
+            for (size_t i = 3; i + 2 < count; i += 3) {
+                row[i] = r = uint8_t(r + row[i]);
+                row[i + 1] = g = uint8_t(g + row[i + 1]);
+                row[i + 2] = b = uint8_t(b + row[i + 2]);
+            }
+        } else if (n == 1) {
+            uint8_t v = row[0];
+            for (size_t i = 1; i < count; ++i) row[i] = v = uint8_t(v + row[i]);
+        } else {
+            for (size_t i = n; i < count; ++i) row[i] = uint8_t(row[i] + row[i - n]);
+        }
         return;
     }
     if (layout_.bigEndian) {
