@@ -147,4 +147,21 @@ void saveImage(const Image& image, const std::filesystem::path& target, const Wr
     file.commit();
 }
 
+void saveImagePages(std::span<const Image> pages, const std::filesystem::path& target,
+                    const WriterEntry& writer, const SaveOptions& options,
+                    ProgressCallback* progress) {
+    if (pages.empty()) return;
+    if (writer.writePages == nullptr || pages.size() == 1) {
+        saveImage(pages.front(), target, writer, options, progress);
+        return;
+    }
+    std::vector<Image> converted;
+    converted.reserve(pages.size());
+    for (const Image& page : pages)
+        converted.push_back(convertForWriter(page, writer, options, progress));
+    SafeOutFile file(target);
+    writer.writePages(converted, file.out(), options, progress);
+    file.commit();
+}
+
 }  // namespace vivark

@@ -53,6 +53,11 @@ Image convertForWriter(const Image& image, const WriterEntry& writer, const Save
 void saveImage(const Image& image, const std::filesystem::path& target, const WriterEntry& writer,
                const SaveOptions& options, ProgressCallback* progress = nullptr);
 
+// Several pages into one file, through the writer's writePages (a writer
+// without one gets the first page only).
+void saveImagePages(std::span<const Image> pages, const std::filesystem::path& target,
+                    const WriterEntry& writer, const SaveOptions& options,
+                    ProgressCallback* progress = nullptr);
 // The same into an open descriptor (standard output), which stays open.
 void saveImageTo(const Image& image, int descriptor, const WriterEntry& writer,
                  const SaveOptions& options, ProgressCallback* progress = nullptr);

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <span>
 #include <string_view>
 
 #include "core/FormatTag.h"
@@ -21,6 +22,9 @@ namespace vivark {
 class SaveOptions;
 
 using WriteFunction = void (*)(const Image&, OutFile&, const SaveOptions&, ProgressCallback*);
+// Writes several pages (each already converted for the writer) into one file.
+using WritePagesFunction = void (*)(std::span<const Image>, OutFile&, const SaveOptions&,
+                                    ProgressCallback*);
 
 // What a format needs of a palette image's colours.
 enum class ColourNeed : uint8_t { Any, Grey, BlackAndWhite };
@@ -44,6 +48,8 @@ struct WriterEntry {
     // are (a format whose 24-bit form few programs read); empty when 24 bits
     // always are.
     std::string_view trueColourKey = {};
+    // Null when the format holds one page only.
+    WritePagesFunction writePages = nullptr;
 
     bool accepts(uint32_t bitsPerPixel) const {
         return bitsPerPixel < 32 && (depths >> bitsPerPixel & 1) != 0;

@@ -1,4 +1,4 @@
-// "vivark convert INPUT OUTPUT [--to FORMAT] [--page N] [--set KEY=VALUE]...
+// "vivark convert INPUT OUTPUT [--to FORMAT] [--page N] [--all-pages] [--set KEY=VALUE]...
 // [--colors N] [--palette TYPE] [--dither TYPE]": loads INPUT with every
 // fallback of the loader and saves it in the format named by --to (menu name
 // or short name) or else by OUTPUT's extension. --set overrides a save
@@ -12,6 +12,8 @@
 // INPUT "-" reads standard input to its end and probes it as a file; OUTPUT
 // "-" writes standard output, and then the format must be named with --to.
 // A --page beyond the file's pages is an error that names how many it has.
+// --all-pages reads every page from --page on and writes them into one file
+// where the format holds pages (TIFF); other formats get the first.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -44,6 +46,7 @@ struct ConvertOptions {
     std::string output;
     std::string format;
     uint32_t page = 1;
+    bool allPages = false;
     std::vector<std::string> assignments;
     uint32_t colours = 0;  // 0: no reduction asked for
     std::string palette;
@@ -91,6 +94,10 @@ std::vector<uint8_t> readStandardInput() {
 
 int runConvert(const ConvertOptions& options, CommandContext& context) {
     const bool toStdout = options.output == "-";
+    if (toStdout && options.allPages) {
+        reportError(context.err, "", "--all-pages writes a file, not standard output");
+        return kUsage;
+    }
     if (toStdout && options.format.empty()) {
         reportError(context.err, "", "writing to standard output needs --to FORMAT");
         return kUsage;
@@ -159,21 +166,42 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
                       loaded.message != msg::None ? loaded.message : msg::Unknown);
         return kFailure;
     }
+    // With --all-pages every further page of the file is read too.
+    std::vector<Image> pageImages;
+    pageImages.push_back(std::move(image));
+    if (options.allPages) {
+        for (uint32_t page = options.page + 1; page <= pageImages.front().pageCount; ++page) {
+            Image next;
+            ReadOptions more = read;
+            more.page = page;
+            memory = memory ? InFile::overMemory(standardInput) : nullptr;
+            const LoadResult got =
+                memory ? load(next, *memory, more) : loadFile(next, options.input, more);
+            if (!got.completed) {
+                reportMessage(context.err, options.input,
+                              got.message != msg::None ? got.message : msg::Unknown);
+                return kFailure;
+            }
+            pageImages.push_back(std::move(next));
+        }
+    }
     try {
-        if (options.colours != 0) {
-            const auto count = reduceColours(image, options.colours,
+        for (Image& page : pageImages) {
+            if (options.colours == 0) break;
+            const auto count = reduceColours(page, options.colours,
                                              uint32_t(saveOptions.integer(saveKey::PaletteType)),
                                              uint32_t(saveOptions.integer(saveKey::DitherType)));
             // Sixteen colours or fewer are stored four bits a pixel where the
             // format has that depth, as a user asking for them expects.
-            if (count && *count <= 16 && image.bitsPerPixel() == 8 && writer->accepts(4))
-                image = widenIndices(image, 4);
+            if (count && *count <= 16 && page.bitsPerPixel() == 8 && writer->accepts(4))
+                page = widenIndices(page, 4);
         }
         ProgressBar saving(options.output);
         if (toStdout)
-            saveImageTo(image, SafeOutFile::kStandardOutput, *writer, saveOptions, &saving);
+            saveImageTo(pageImages.front(), SafeOutFile::kStandardOutput, *writer, saveOptions,
+                        &saving);
         else
-            saveImage(image, options.output, *writer, saveOptions, &saving);
+            saveImagePages(pageImages, options.output, *writer, saveOptions, &saving);
     } catch (...) {
         if (interrupted()) {
             reportError(context.err, options.output, "interrupted; nothing was written");
@@ -208,6 +236,8 @@ void registerConvert(CLI::App& app, CommandContext& context,
                             "); default from OUTPUT's extension");
     command->add_option("--page", options->page, "Page of a multi-image file (from 1)")
         ->check(CLI::PositiveNumber);
+    command->add_flag("--all-pages", options->allPages,
+                      "Write every page from --page on into one file (formats that hold pages)");
     command->add_option("--set", options->assignments,
                         "Save option for this run, e.g. \"Windows Bitmap\\Encode=1\"");
     command->add_option("--colors", options->colours, "Reduce to at most N colours (2..256)")

@@ -33,6 +33,7 @@ struct Described {
     std::string_view formatName;
     FormatInfo info;
     std::vector<InfoItem> items;
+    uint32_t pages = 1;  // pages or frames the file holds, as its reader says
 };
 
 // Identification first, then the reader: headers and information items only,
@@ -71,6 +72,7 @@ Described describe(const std::string& path, bool check) {
         if (!image.plane.empty())
             d.info = {image.width(), image.height(), image.bitsPerPixel(), result.info.formatTag};
         d.items = image.info;
+        d.pages = image.pageCount;
         return d;
     }
     const bool noReader = d.identified && result.format->create == nullptr;
@@ -92,6 +94,7 @@ int runInfo(const InfoOptions& options, CommandContext& context) {
                             << ",\"name\":" << jsonString(d.formatName)
                             << ",\"width\":" << d.info.width << ",\"height\":" << d.info.height
                             << ",\"bitsPerPixel\":" << d.info.bitsPerPixel;
+                if (d.pages > 1) context.out << ",\"pages\":" << d.pages;
             }
             if (d.message != msg::None) {
                 context.out << ",\"error\":" << jsonString(formatMessage(d.message, path))
@@ -105,7 +108,9 @@ int runInfo(const InfoOptions& options, CommandContext& context) {
             context.out << path << ": " << d.formatName << " (" << trimmedTag(d.info.formatTag)
                         << "), " << d.info.width << "x" << d.info.height << ", "
                         << d.info.bitsPerPixel
-                        << (d.info.bitsPerPixel == 1 ? " bit per pixel\n" : " bits per pixel\n");
+                        << (d.info.bitsPerPixel == 1 ? " bit per pixel" : " bits per pixel");
+            if (d.pages > 1) context.out << ", " << d.pages << " pages";
+            context.out << "\n";
             for (const InfoItem& item : d.items)
                 context.out << "  " << item.label() << ": " << item.valueText() << "\n";
         }

@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/tiff/TiffFormat.h"
+#include "formats/tiff/TiffReader.h"
+#include "formats/tiff/TiffWriter.h"
 
 namespace vivark {
 namespace {
@@ -56,6 +58,18 @@ const settings::SettingRef kSaveSettings[] = {
     &saveTiffCompressionColor, &saveTiffPhotometric, &saveTiffPredictor,
     &saveTiffT4Options,        &saveTiffT6Options};
 
+const WriterEntry kTiffWriters[] = {
+    {"Tagged Interchange File Format",
+     {"tif", "tiff"},
+     {"tif", "tiff"},
+     makeTag("TIFF"),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeTiff,
+     {},
+     writeTiffPages},
+};
+
 constexpr ErrorMapping kTiffErrors[] = {
     errorMapping<TIFFERROR, messageOf, 13>(),
 };
@@ -66,9 +80,9 @@ extern const FormatEntry tiffFormat;
 constinit const FormatEntry tiffFormat{"Tagged Image File Format",
                                        makeTag("TIFF"),
                                        identifyTiff,
-                                       nullptr,
+                                       makeTiffReader,
                                        kTiffErrors,
-                                       {},
+                                       kTiffWriters,
                                        kSaveSettings};
 
 }  // namespace vivark

@@ -22,6 +22,7 @@
 #include "formats/gif/GifReader.h"
 #include "formats/png/PngWriter.h"
 #include "formats/pnm/PnmReader.h"
+#include "formats/tiff/TiffWriter.h"
 #include "ops/FixedPalettes.h"
 #include "support/ImageTestUtil.h"
 
@@ -255,6 +256,29 @@ TEST(InfoCommand, DamagedFileGivesItsIdentificationAndTheError) {
                   std::string::npos)
             << out;
     }
+}
+
+// --all-pages carries every page of a multi-page file into a TIFF, and info
+// counts them; without it only the page asked for is written.
+TEST(ConvertCommand, AllPagesGoIntoOneTiff) {
+    StoredSaveOptions options;
+    TempDir dir;
+    std::vector<Image> pages = {patternImage(20, 10, 24), patternImage(7, 9, 8),
+                                patternImage(13, 5, 1)};
+    {
+        SafeOutFile file(dir / "three.tif");
+        writeTiffPages(pages, file.out(), options, nullptr);
+        file.commit();
+    }
+    const std::string three = (dir / "three.tif").string(), copy = (dir / "copy.tif").string(),
+                      one = (dir / "one.tif").string();
+    EXPECT_EQ(runTool({"convert", three, copy, "--all-pages"}), 0);
+    EXPECT_EQ(runTool({"convert", three, one, "--page", "2"}), 0);
+    std::string out;
+    EXPECT_EQ(runTool({"info", copy, one}, &out), 0);
+    EXPECT_EQ(
+        out, copy + ": Tagged Interchange File Format (TIFF), 20x10, 24 bits per pixel, 3 pages\n" +
+                 one + ": Tagged Interchange File Format (TIFF), 7x9, 8 bits per pixel\n");
 }
 
 }  // namespace

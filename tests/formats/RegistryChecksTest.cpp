@@ -179,9 +179,9 @@ bool parsePnm(const std::string& text, Decoded& out) {
 std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file,
                            const Image& source) {
     static const std::map<std::string, std::string> kNetpbm = {
-        {"gif", "giftopnm"}, {"bmp", "bmptopnm"},  {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
-        {"png", "pngtopnm"}, {"pbm", "pamtopnm"},  {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
-        {"pnm", "pamtopnm"}, {"jpg", "djpeg -pnm"}};
+        {"gif", "giftopnm"}, {"bmp", "bmptopnm"},   {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
+        {"png", "pngtopnm"}, {"pbm", "pamtopnm"},   {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
+        {"pnm", "pamtopnm"}, {"jpg", "djpeg -pnm"}, {"tif", "tifftopnm"}};
     const std::string ext = extensionOf(writer);
     const auto found = kNetpbm.find(ext);
     const std::string quoted = "'" + file.string() + "'";
@@ -290,7 +290,7 @@ TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
         return indexed.plane.row(y)[x] == 3 ? 0 : 255;
     };
 
-    for (const char* ext : {"png", "tga"}) {
+    for (const char* ext : {"png", "tga", "tif"}) {
         SCOPED_TRACE(ext);
         const auto ours = dir / (std::string("ours.") + ext);
         saveImage(rgba, ours, *findWriterByExtension(ext), options);
