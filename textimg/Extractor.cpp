@@ -256,6 +256,15 @@ std::vector<Decoded> joinYencParts(std::vector<DecodedBlock> blocks) {
             }
             file.bytes.insert(file.bytes.end(), part->file.bytes.begin(), part->file.bytes.end());
         }
+        // Postings that do not give total= still give the file's size: with
+        // parts of equal size (the first one's) the count follows from it.
+        const YencPart& head = *first.yencPart;
+        if (total == 0 && head.part == 1 && head.begin == 1 && head.end >= head.begin &&
+            fileSize > 0) {
+            const uint64_t partSize = head.end - head.begin + 1;
+            total = static_cast<uint32_t>(
+                std::min<uint64_t>((fileSize + partSize - 1) / partSize, UINT32_MAX));
+        }
         total = std::max(total, *present.rbegin());
         Problem missing{.kind = ProblemKind::MissingParts};
         for (uint32_t n = 1; n <= total && missing.parts.size() < 1000; ++n)
