@@ -32,25 +32,6 @@ DecodedBlock decodeBase64(LineSource& lines, const BlockStart& start,
             lines.reset(before);
             break;
         }
-        size_t blanks = 0;
-        bool text = false;
-        for (char c : line) {
-            if (c == ' ' || c == '\t') {
-                ++blanks;
-            } else if (kBase64Table[static_cast<uint8_t>(c)] == kInvalid && c != '=') {
-                text = true;
-                break;
-            }
-        }
-        if (blanks == line.size()) {
-            if (sawData) break;
-            continue;  // blank lines before the data
-        }
-        if (text) {
-            lines.reset(before);
-            break;
-        }
-        sawData = true;
         uint8_t* out = sink.reserve(line.size() / 4 * 3 + 3);
         if (out == nullptr) {
             file.problems.push_back({.kind = ProblemKind::TooLarge,
@@ -58,23 +39,67 @@ DecodedBlock decodeBase64(LineSource& lines, const BlockStart& start,
                                      .line = lines.lineNumber()});
             return block;
         }
+        // Whole groups of four valid characters go straight through; the
+        // rest (blanks, padding, a group across a blank) one at a time. A
+        // character outside the alphabet makes the line text: what it gave
+        // is taken back and the line left for the scanner.
+        const uint32_t lineBits = bits;
+        const uint32_t lineCount = count;
+        const bool linePadded = padded;
+        const auto* text = reinterpret_cast<const uint8_t*>(line.data());
+        const size_t size = line.size();
         size_t written = 0;
-        for (char c : line) {
-            const uint8_t v = kBase64Table[static_cast<uint8_t>(c)];
-            if (v == kInvalid) {
-                padded |= c == '=';
-                continue;
+        size_t i = 0;
+        size_t blanks = 0;
+        bool isText = false;
+        for (;;) {
+            if (count == 0 && !padded) {
+                for (; i + 4 <= size; i += 4) {
+                    const uint32_t a = kBase64Table[text[i]], b = kBase64Table[text[i + 1]],
+                                   c = kBase64Table[text[i + 2]], d = kBase64Table[text[i + 3]];
+                    if ((a | b | c | d) & 0x80) break;
+                    const uint32_t group = a << 18 | b << 12 | c << 6 | d;
+                    out[written] = static_cast<uint8_t>(group >> 16);
+                    out[written + 1] = static_cast<uint8_t>(group >> 8);
+                    out[written + 2] = static_cast<uint8_t>(group);
+                    written += 3;
+                }
             }
-            if (padded) continue;  // nothing follows padding
-            bits = bits << 6 | v;
-            if (++count == 4) {
-                out[written++] = static_cast<uint8_t>(bits >> 16);
-                out[written++] = static_cast<uint8_t>(bits >> 8);
-                out[written++] = static_cast<uint8_t>(bits);
-                bits = 0;
-                count = 0;
+            if (i >= size) break;
+            const uint8_t ch = text[i++];
+            const uint8_t v = kBase64Table[ch];
+            if (v != kInvalid) {
+                if (padded) continue;  // nothing follows padding
+                bits = bits << 6 | v;
+                if (++count == 4) {
+                    out[written++] = static_cast<uint8_t>(bits >> 16);
+                    out[written++] = static_cast<uint8_t>(bits >> 8);
+                    out[written++] = static_cast<uint8_t>(bits);
+                    bits = 0;
+                    count = 0;
+                }
+            } else if (ch == '=') {
+                padded = true;
+            } else if (ch == ' ' || ch == '\t') {
+                ++blanks;
+            } else {
+                isText = true;
+                break;
             }
         }
+        if (isText || blanks == size) {
+            sink.commit(0);
+            bits = lineBits;
+            count = lineCount;
+            padded = linePadded;
+            if (isText) {
+                lines.reset(before);
+                break;
+            }
+            if (sawData) break;
+            continue;  // blank lines before the data
+        }
+        sawData = true;
         sink.commit(written);
         if (padded) break;
     }

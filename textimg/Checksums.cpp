@@ -3,18 +3,10 @@
 
 #include <array>
 
+#include "formats/png/PngCrc.h"
+
 namespace vivark::textimg {
 namespace {
-
-constexpr std::array<uint32_t, 256> makeCrc32Table() {
-    std::array<uint32_t, 256> table{};
-    for (uint32_t n = 0; n < 256; ++n) {
-        uint32_t c = n;
-        for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-        table[n] = c;
-    }
-    return table;
-}
 
 constexpr std::array<uint16_t, 256> makeCrc16Table() {
     std::array<uint16_t, 256> table{};
@@ -26,15 +18,22 @@ constexpr std::array<uint16_t, 256> makeCrc16Table() {
     return table;
 }
 
-constexpr auto kCrc32Table = makeCrc32Table();
 constexpr auto kCrc16Table = makeCrc16Table();
 
 }  // namespace
 
+// The CRC32 of PNG chunks: its four tables fold four bytes a step.
 uint32_t crc32(uint32_t crc, std::span<const uint8_t> data) {
-    crc = ~crc;
-    for (uint8_t b : data) crc = kCrc32Table[(crc ^ b) & 0xFF] ^ (crc >> 8);
-    return ~crc;
+    const auto& t = png::detail::kCrcTables;
+    uint32_t c = ~crc;
+    const uint8_t* p = data.data();
+    size_t length = data.size();
+    for (; length >= 4; p += 4, length -= 4) {
+        c ^= uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24;
+        c = t[3][c & 0xFF] ^ t[2][(c >> 8) & 0xFF] ^ t[1][(c >> 16) & 0xFF] ^ t[0][c >> 24];
+    }
+    for (; length != 0; --length) c = t[0][(c ^ *p++) & 0xFF] ^ (c >> 8);
+    return ~c;
 }
 
 uint16_t crc16(uint16_t crc, std::span<const uint8_t> data) {

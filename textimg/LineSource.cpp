@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 
 #include "core/Errors.h"
 
@@ -65,8 +66,13 @@ bool LineSource::readRaw(std::string_view& line) {
                 continue;
             }
         }
-        size_t end = 0;
-        while (end < size && begin[end] != '\n' && begin[end] != '\r') ++end;
+        // The first LF, then any CR before it: two library scans beat one
+        // loop testing both characters.
+        const void* lf = std::memchr(begin, '\n', size);
+        size_t end =
+            lf != nullptr ? static_cast<size_t>(static_cast<const char*>(lf) - begin) : size;
+        if (const void* cr = std::memchr(begin, '\r', end))
+            end = static_cast<size_t>(static_cast<const char*>(cr) - begin);
         if (end < size) {
             pendingCr_ = begin[end] == '\r';
             file->consume(end + 1);
@@ -147,6 +153,11 @@ bool LineSource::next(std::string_view& line) {
         }
         if (!advanceMember()) return false;
     }
+}
+
+uint64_t LineSource::memberSize() const {
+    const InFile* file = members_[member_].file;
+    return file != nullptr ? file->size() : 0;
 }
 
 LineSource::Mark LineSource::mark() const {

@@ -40,6 +40,9 @@ class LineSource {
     const std::string& memberName() const { return members_[member_].name; }
     size_t memberIndex() const { return member_; }
     uint64_t lineNumber() const { return line_; }
+    // The size of the current member's data: no encoding decodes to more
+    // bytes than its text, so it bounds what a decoder may reserve.
+    uint64_t memberSize() const;
 
     // A place to come back to (only within the buffer's reach is it cheap).
     struct Mark {

@@ -57,6 +57,9 @@ DecodedBlock decodeYenc(LineSource& lines, const BlockStart& start, const Extrac
     file.source = start.source;
     file.line = start.line;
     ByteSink sink(file.bytes, options.maxFileBytes);
+    // The declared size, bounded by the text's own size and the limit.
+    file.bytes.reserve(
+        static_cast<size_t>(std::min({start.size, lines.memberSize(), options.maxFileBytes})));
 
     const bool multiPart = start.part > 0;
     YencPart part;
