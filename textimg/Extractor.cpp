@@ -167,6 +167,7 @@ bool Extractor::openNextPosting() {
     if (!missingParts_.empty() && missingParts_.front() == 1) {
         // Without its first part a posting has no start to decode from.
         Decoded orphan;
+        orphan.parts = 0;  // nothing decoded: its encoding is unknown
         orphan.name = posting.key.substr(posting.key.find(':') + 1);
         orphan.source = posting.members.empty() ? std::string() : posting.members.front().name;
         orphan.problems.push_back({.kind = ProblemKind::MissingParts, .parts = missingParts_});

@@ -55,7 +55,7 @@ struct Decoded {
     Encoding encoding = Encoding::Uuencode;
     std::string source;  // the text file its first block came from
     uint64_t line = 0;   // the 1-based line of its first block in `source`
-    uint32_t parts = 1;  // how many parts it was joined from
+    uint32_t parts = 1;  // how many parts it was joined from (0: none arrived)
     std::vector<uint8_t> bytes;
     std::vector<Problem> problems;
 

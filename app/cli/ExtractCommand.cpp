@@ -153,7 +153,8 @@ int runExtract(const ExtractCliOptions& options, CommandContext& context) {
         const std::string fallback = "extracted-" + std::to_string(++generated);
         const std::string name = textimg::safeFileName(file.name, fallback);
         const fs::path target = folder / name;
-        const std::string label = name + " (" + textimg::encodingName(file.encoding) + ")";
+        const std::string label =
+            file.parts == 0 ? name : name + " (" + textimg::encodingName(file.encoding) + ")";
         Outcome outcome;
         outcome.path = target.string();
         if (file.damaged()) {
@@ -183,8 +184,9 @@ int runExtract(const ExtractCliOptions& options, CommandContext& context) {
         if (options.json) {
             context.out << (i == 0 ? "\n  " : ",\n  ") << "{\"source\":" << jsonString(file.source)
                         << ",\"line\":" << file.line << ",\"name\":" << jsonString(file.name)
-                        << ",\"path\":" << jsonString(outcome.path)
-                        << ",\"encoding\":" << jsonString(textimg::encodingName(file.encoding))
+                        << ",\"path\":" << jsonString(outcome.path) << ",\"encoding\":"
+                        << (file.parts == 0 ? std::string("null")
+                                            : jsonString(textimg::encodingName(file.encoding)))
                         << ",\"parts\":" << file.parts << ",\"bytes\":" << file.bytes.size()
                         << ",\"status\":" << jsonString(outcome.status) << ",\"problems\":[";
             for (size_t k = 0; k < outcome.problems.size(); ++k)

@@ -126,7 +126,7 @@ TEST(ExtractCommand, ReportsDamageAndStillWritesTheGoodFiles) {
         {"a missing first part of a split posting",
          {{"b.002", "\n_=_ Part 002 of 002 of file big.gif\n\nMxxxx\nend\n"}, {"x.txt", ok}},
          1,
-         {"big.gif (uuencode): missing part 1"},
+         {"big.gif: missing part 1"},
          {"x.gif"}},
     };
     for (const auto& c : cases) {
