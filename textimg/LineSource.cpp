@@ -103,6 +103,8 @@ bool LineSource::onlyBlankLinesRemain() {
     std::string_view rest;
     bool blank = true;
     while (blank && readRaw(rest)) blank = isBlank(rest);
+    // The blank lines up to that text are kept without looking again.
+    if (!blank) blanksKeptBefore_ = line_;
     reset(start);
     return blank;
 }
@@ -131,6 +133,7 @@ bool LineSource::advanceMember() {
     if (member_ + 1 >= members_.size()) return false;
     ++member_;
     line_ = 0;
+    blanksKeptBefore_ = 0;
     pendingCr_ = false;
     if (members_[member_].file != nullptr) members_[member_].file->rewind();
     if (joined_) skipPartHeader();
@@ -144,6 +147,7 @@ bool LineSource::next(std::string_view& line) {
             if (!joined_ || lastMember || !isBlank(line)) return true;
             // A blank line of a part before the last: kept unless the part
             // ends in blank lines, which a split leaves between encoded lines.
+            if (line_ < blanksKeptBefore_) return true;
             std::string keep(line);
             if (!onlyBlankLinesRemain()) {
                 spill_ = std::move(keep);

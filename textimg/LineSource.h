@@ -66,8 +66,9 @@ class LineSource {
     bool joined_;
     size_t member_ = 0;
     uint64_t line_ = 0;
-    bool pendingCr_ = false;  // the last line ended with CR: a following LF belongs to it
-    std::string spill_;       // a line that crossed a refill
+    uint64_t blanksKeptBefore_ = 0;  // blank lines before this line number are kept
+    bool pendingCr_ = false;         // the last line ended with CR: a following LF belongs to it
+    std::string spill_;              // a line that crossed a refill
 };
 
 }  // namespace vivark::textimg
