@@ -204,6 +204,9 @@ std::optional<BlockStart> Scanner::next(LineSource& lines, uint64_t* lineBudget,
         start.line = lines.lineNumber();
         start.source = lines.memberName();
         if (line.starts_with("charmap")) {
+            // The character map is kept but not applied: the tables are
+            // defined over the text as it arrived, and the line is read here
+            // so that it is never taken for data.
             if (lines.next(full)) charmap_ = std::string(full.substr(0, kExaminedChars));
         } else if (line.starts_with("table")) {
             readTable(lines);
