@@ -194,8 +194,16 @@ std::optional<BlockStart> Scanner::next(LineSource& lines, uint64_t* lineBudget,
     std::string_view full;
     while (lines.next(full)) {
         if (lineBudget != nullptr) {
-            if (*lineBudget == 0) return std::nullopt;
-            --*lineBudget;
+            // A long line counts as the 80-character pieces an 81-byte
+            // buffer would read it in, so a binary file without line ends
+            // is given up after as many bytes as 1000 short lines.
+            const uint64_t pieces =
+                std::max<uint64_t>(1, (full.size() + kExaminedChars - 1) / kExaminedChars);
+            if (*lineBudget < pieces) {
+                *lineBudget = 0;
+                return std::nullopt;
+            }
+            *lineBudget -= pieces;
         }
         if (stopAtBinary && std::memchr(full.data(), 0, full.size()) != nullptr)
             return std::nullopt;
