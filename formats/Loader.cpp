@@ -100,7 +100,13 @@ const FormatEntry* findFormat(InFile& file, int32_t loadMode, FormatInfo* info,
             decoder(file, quick ? kQuickTextImageLineLimit : kTextImageLineLimit);
         file.rewind();
         if (text != nullptr) {
-            if (const FormatEntry* entry = probeWithMacBinary(*text, info)) {
+            // The decoded file is probed like a file of its own: at its
+            // start, behind a MacBinary header, then for an embedded image.
+            const FormatEntry* entry = probeWithMacBinary(*text, info);
+            if (entry == nullptr)
+                entry =
+                    scanEmbedded(*text, quick ? kQuickEmbeddedScanBytes : kEmbeddedScanBytes, info);
+            if (entry != nullptr) {
                 if (decoded != nullptr) *decoded = std::move(text);
                 return entry;
             }

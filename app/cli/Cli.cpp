@@ -6,12 +6,15 @@
 
 #include "app/cli/Command.h"
 #include "app/settings/TextFileStore.h"
+#include "textimg/LoaderFallback.h"
 
 namespace vivark::cli {
 
 int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     // The tool's settings persist in the user's store.
     settings::setDefaultStoreFactory(settings::makeUserSettingsStore);
+    // Files that carry an image as text load like the image.
+    textimg::installLoaderFallback();
     CLI::App app{"Vivark: view, convert and transform raster images.", "vivark"};
     app.set_version_flag("--version", std::string("vivark ") + VIVARK_VERSION);
     app.require_subcommand(0, 1);

@@ -12,10 +12,11 @@ void registerFormats(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*
 void registerJpegTransform(CLI::App&, CommandContext&,
                            std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerPalette(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
+void registerExtract(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 
 const std::vector<CommandRegistration>& commandRegistry() {
     static const std::vector<CommandRegistration> registry = {
-        registerInfo,          registerConvert, registerSettings,
+        registerInfo,          registerConvert, registerExtract, registerSettings,
         registerJpegTransform, registerPalette, registerFormats,
     };
     return registry;
