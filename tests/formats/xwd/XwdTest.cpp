@@ -1,10 +1,10 @@
 // X window dumps in the layouts no tool at hand writes (both byte and bit
 // orders, every bitmap unit, 4-, 16-, 24- and 32-bit pixels, grey and
-// direct-colour visuals), built here and decoded by us as ImageMagick
-// decodes them (it follows X's rules for byte and bit orders, where netpbm's
-// xwdtopnm groups pixel bytes by bitmap unit; xwdtopnm is the reference only
-// for the grey visual ImageMagick does not read); and the refusals of X
-// window dumps and Sun rasters.
+// direct-colour visuals, X10 dumps), built here and decoded by us as
+// ImageMagick decodes them (it follows X's rules for byte and bit orders,
+// where netpbm's xwdtopnm groups pixel bytes by bitmap unit; xwdtopnm is the
+// reference for the grey visual and the X10 dump ImageMagick does not
+// read); and the refusals of X window dumps and Sun rasters.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -127,6 +127,28 @@ TEST(Xwd, EveryLayoutDecodesAsThePeersDecodeIt) {
         EXPECT_TRUE(samePixels(readFromBytes(file, makeXwdReader),
                                readFromBytes(reference, makePnmReader)));
     }
+}
+
+TEST(Xwd, AnX10DumpDecodesAsXwdtopnmDecodesIt) {
+    if (std::system("command -v xwdtopnm >/dev/null") != 0) GTEST_SKIP() << "netpbm is needed";
+    // Eight planes, a byte a pixel, lines padded to 16 bits, 16 map entries.
+    std::string file =
+        be32(44) + be32(6) + be32(0) + be32(8) + be32(1) + be32(kWidth) + be32(kHeight);
+    for (uint32_t v : {kWidth, kHeight, 0u, 0u, 0u, 16u}) file += {char(v >> 8), char(v)};
+    file += std::string("x10", 4);
+    for (uint32_t i = 0; i < 16; ++i) {
+        file += be32(i);
+        for (uint32_t c : {i * 97u, 255 - i * 13u, i * 41u + 9}) file += {char(c), char(c)};
+        file += std::string(2, '\0');
+    }
+    for (uint32_t y = 0; y < kHeight; ++y)
+        for (uint32_t x = 0; x < (kWidth + 1) / 2 * 2; ++x) file += char((x * 7 + y) % 16);
+    TempDir dir;
+    const auto path = dir.write("x10.xwd", file);
+    const std::string reference = run("xwdtopnm '" + path.string() + "' 2>/dev/null");
+    ASSERT_FALSE(reference.empty());
+    EXPECT_TRUE(
+        samePixels(readFromBytes(file, makeXwdReader), readFromBytes(reference, makePnmReader)));
 }
 
 TEST(XwdRas, MalformedHeadersAreRefusedWithTheirMessage) {
