@@ -25,6 +25,7 @@
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "core/RowOps.h"
+#include "formats/IdentifySupport.h"
 #include "formats/ras/RasReader.h"
 
 namespace vivark {
@@ -95,6 +96,17 @@ class SunRasterReader final : public ImageReader {
         if (h.width == 0 || h.height == 0) throw RASERROR::UnsupportedDepth;
         const uint32_t depth = h.depth <= 8 ? h.depth : 24;
         if (!options.limits.allows(h.width, h.height, depth)) throw IMAGEERROR::TooLarge;
+        // Rows the file cannot hold are not allocated for; three encoded
+        // bytes hold at most 256.
+        const uint64_t length = lengthFromOrigin(file);
+        const uint64_t rowBytes = (uint64_t{h.width} * h.depth + 15) / 16 * 2;
+        const uint64_t expansion = h.type == kTypeEncoded ? 86 : 1;
+        if (length != 0 && rowBytes * h.height > length * expansion)
+            throw INFILEERROR::UnexpectedEnd;
+        if (options.headerOnly) {
+            image.formatTag = makeTag("RAS ");
+            return;
+        }
 
         Image result(h.width, h.height, depth, false);
         if (h.mapType == kMapRgb && h.mapLength != 0) {
@@ -120,8 +132,7 @@ class SunRasterReader final : public ImageReader {
             }
         }
 
-        const uint64_t storedBits = uint64_t{h.width} * h.depth;
-        const size_t lineBytes = static_cast<size_t>((storedBits + 15) / 16 * 2);
+        const size_t lineBytes = static_cast<size_t>(rowBytes);
         std::vector<uint8_t> line(lineBytes);
         RasBytes bytes(file, h.type == kTypeEncoded);
         const bool redFirst = h.type == kTypeRgb;

@@ -11,6 +11,7 @@
 
 #include "core/Errors.h"
 #include "core/FormatTag.h"
+#include "formats/IdentifySupport.h"
 #include "formats/wbmp/WbmpReader.h"
 
 namespace vivark {
@@ -35,6 +36,14 @@ class WbmpReader final : public ImageReader {
         const uint32_t width = readMultiByte(file), height = readMultiByte(file);
         if (width == 0 || height == 0) throw WBMPERROR::InvalidFile;
         if (!options.limits.allows(width, height, 1)) throw IMAGEERROR::TooLarge;
+        // Rows the file cannot hold are not allocated for.
+        const uint64_t length = lengthFromOrigin(file);
+        if (length != 0 && (uint64_t{width} + 7) / 8 * height > length)
+            throw INFILEERROR::UnexpectedEnd;
+        if (options.headerOnly) {
+            image.formatTag = makeTag("WBMP");
+            return;
+        }
         Image result(width, height, 1, false);
         result.palette[0] = rgb(0, 0, 0);
         result.palette[1] = rgb(255, 255, 255);

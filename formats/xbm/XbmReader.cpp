@@ -9,8 +9,9 @@
 // and commas are free between values; any C integer literal is a value.
 // The result is a 1-bit image: index 0 white, 1 black.
 //
-// XBMERROR::DataIntegrity: a missing or zero width or height, and an array
-// that holds anything but numbers or ends before the picture does.
+// XBMERROR::DataIntegrity: a missing or zero width or height, a size the
+// file is too short to hold, and an array that holds anything but numbers or
+// ends before the picture does.
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "core/pixels/Samples.h"
+#include "formats/IdentifySupport.h"
 #include "formats/xbm/CTextScanner.h"
 #include "formats/xbm/XbmReader.h"
 
@@ -70,12 +72,21 @@ class XbmReader final : public ImageReader {
         CTextScanner text(*file_);
         const XbmHeader h = readHeader(text);
         if (!options.limits.allows(h.width, h.height, 1)) throw IMAGEERROR::TooLarge;
+        const uint32_t elementBits = h.shorts ? 16 : 8;
+        const size_t elements = (size_t{h.width} + elementBits - 1) / elementBits;
+        // Every value takes at least two bytes of text ("0,"): a picture the
+        // file cannot hold is refused before it is allocated.
+        const uint64_t length = lengthFromOrigin(*file_);
+        if (length != 0 && uint64_t{elements} * h.height * 2 > length)
+            throw XBMERROR::DataIntegrity;
+        if (options.headerOnly) {
+            image.formatTag = makeTag("XBM ");
+            return;
+        }
         Image result(h.width, h.height, 1, false);
         result.palette[0] = rgb(255, 255, 255);
         result.palette[1] = rgb(0, 0, 0);
         result.paletteCount = 2;
-        const uint32_t elementBits = h.shorts ? 16 : 8;
-        const size_t elements = (size_t{h.width} + elementBits - 1) / elementBits;
         const size_t packed = (size_t{h.width} + 7) / 8;
         std::vector<uint8_t> line(elements * (elementBits / 8));
         const uint8_t lastMask = static_cast<uint8_t>(0xFF00u >> ((h.width - 1) % 8 + 1));

@@ -25,8 +25,9 @@
 // non-zero numbers, characters per pixel above 4, or more colours than the
 // characters can name or the file can hold; BadColourMap for a colour line
 // shorter than its characters or without a colour key; UnknownColour for a
-// colour value that is none of the above; UnknownPixel for a row that is too
-// short or holds characters no colour line names.
+// colour value that is none of the above; UnknownPixel for rows the file is
+// too short to hold, a row that is too short or holds characters no colour
+// line names.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -213,8 +214,12 @@ class XpmReader final : public ImageReader {
         if (length != 0 && h.colours > length) throw XPMERROR::BadHeader;
         const uint32_t depth = h.colours <= 2 ? 1 : h.colours <= 16 ? 4 : h.colours <= 256 ? 8 : 24;
         if (!options.limits.allows(h.width, h.height, depth)) throw IMAGEERROR::TooLarge;
+        if (options.headerOnly) {
+            image.formatTag = makeTag("XPM ");
+            return;
+        }
         const uint64_t rowChars = uint64_t{h.width} * h.charsPerPixel;
-        if (length != 0 && rowChars > length) throw XPMERROR::UnknownPixel;
+        if (length != 0 && rowChars * h.height > length) throw XPMERROR::UnknownPixel;
 
         std::vector<Colour> colours(h.colours, 0);
         std::optional<uint32_t> transparent;

@@ -208,11 +208,16 @@ class XwdReader final : public ImageReader {
         if (mapped && l.depth > 8) throw XWDERROR::UnsupportedDepth;
         const uint32_t depth = !mapped ? 24 : l.depth == 1 ? 1 : l.depth <= 4 ? 4 : 8;
         if (!options.limits.allows(l.width, l.height, depth)) throw IMAGEERROR::TooLarge;
-        // A line longer than the whole file cannot be filled: refused before
-        // its buffer is made.
+        // Lines the whole file cannot hold are refused before anything is
+        // made for them.
         const uint64_t length = lengthFromOrigin(file);
-        if (l.bytesPerLine > options.limits.maxBytes || (length != 0 && l.bytesPerLine > length))
+        if (l.bytesPerLine > options.limits.maxBytes ||
+            (length != 0 && uint64_t{l.bytesPerLine} * l.height > length))
             throw XWDERROR::BadImageData;
+        if (options.headerOnly) {
+            image.formatTag = makeTag("XWD ");
+            return;
+        }
         Channel channels[3];
         if (!mapped)
             for (int c = 0; c < 3; ++c) channels[c] = channelOf(l.masks[c]);
