@@ -139,9 +139,18 @@ bool isMapped(const XwdLayout& l) {
     return l.visualClass <= PseudoColor;
 }
 
+uint8_t scaled(uint32_t value, uint32_t max) {
+    return static_cast<uint8_t>((uint64_t{value} * 255 + max / 2) / max);
+}
+
 // A mask as a shift and a width; BadBitmask unless it is one run of bits.
 struct Channel {
     uint32_t shift = 0, max = 0;
+    // The channel of pixel v in 8 bits (8-bit channels, the usual ones, as they are).
+    uint8_t level(uint32_t v) const {
+        const uint32_t c = v >> shift & max;
+        return max == 255 ? static_cast<uint8_t>(c) : scaled(c, max);
+    }
 };
 Channel channelOf(uint32_t mask) {
     if (mask == 0) throw XWDERROR::BadBitmask;
@@ -151,10 +160,6 @@ Channel channelOf(uint32_t mask) {
     if ((run & (run + 1)) != 0) throw XWDERROR::BadBitmask;
     c.max = run;
     return c;
-}
-
-uint8_t scaled(uint32_t value, uint32_t max) {
-    return static_cast<uint8_t>((uint64_t{value} * 255 + max / 2) / max);
 }
 
 // Brings a line to most significant bit first and big-endian pixels.
@@ -260,9 +265,7 @@ class XwdReader final : public ImageReader {
             } else {
                 for (uint32_t x = 0; x < l.width; ++x, bitAt += bpp) {
                     const uint32_t v = pixelAt(line.data(), bitAt, bpp);
-                    for (int c = 0; c < 3; ++c)
-                        row[3 * x + 2 - c] =
-                            scaled(v >> channels[c].shift & channels[c].max, channels[c].max);
+                    for (int c = 0; c < 3; ++c) row[3 * x + 2 - c] = channels[c].level(v);
                 }
             }
             if (progressCancelled(options.progress, y + 1, l.height)) throw INFILEERROR::Cancelled;
