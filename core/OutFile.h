@@ -14,6 +14,8 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
+#include <utility>
 
 #include "core/ByteOrder.h"
 
@@ -64,6 +66,12 @@ class OutFile {
 
     int handle() const { return handle_; }
 
+    // The name the finished file will have, without its folder (empty for a
+    // stream such as standard output). Formats that write C source derive
+    // their identifiers from it.
+    const std::string& name() const { return name_; }
+    void setName(std::string name) { name_ = std::move(name); }
+
   private:
     // Writes `n` bytes at position_ and moves it on.
     void writeAt(const uint8_t* data, size_t n);
@@ -82,6 +90,7 @@ class OutFile {
     uint8_t* limit_;
     int handle_ = -1;
     bool ownsHandle_ = false;
+    std::string name_;
 };
 
 }  // namespace vivark

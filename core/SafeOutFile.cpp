@@ -48,6 +48,8 @@ std::string temporaryName(const std::filesystem::path& target) {
 
 SafeOutFile::SafeOutFile(std::filesystem::path target, size_t bufferSize)
     : target_(std::move(target)), out_(bufferSize) {
+    // The name the caller gave, before any link is followed.
+    out_.setName(target_.filename().string());
     // A symbolic link is followed, through every link in a chain; the file it
     // names is what gets replaced.
     struct stat link;

@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/ras/RasFormat.h"
+#include "formats/ras/RasReader.h"
+#include "formats/ras/RasWriter.h"
 
 namespace vivark {
 namespace {
@@ -30,10 +32,21 @@ constexpr ErrorMapping kSunRasterErrors[] = {
     errorMapping<RASERROR, messageOf, 3>(),
 };
 
+const WriterEntry kSunRasterWriters[] = {
+    {"Sun Raster",
+     {"ras", "sun"},
+     {"ras", "sun", "rs"},
+     makeTag("RAS "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeSunRaster},
+};
+
 }  // namespace
 
 extern const FormatEntry sunRasterFormat;
 constinit const FormatEntry sunRasterFormat{
-    "Sun Raster", makeTag("RAS "), identifySunRaster, nullptr, kSunRasterErrors, {}, kSaveSettings};
+    "Sun Raster",     makeTag("RAS "),   identifySunRaster, makeSunRasterReader,
+    kSunRasterErrors, kSunRasterWriters, kSaveSettings};
 
 }  // namespace vivark

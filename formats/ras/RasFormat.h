@@ -23,6 +23,11 @@ inline constexpr MessageId RasType = 11213;
 inline constexpr MessageId RasMapType = 11214;
 }  // namespace msg
 
+namespace saveKey {
+// On: byte-encoded (run-length) data; off: standard.
+inline constexpr std::string_view RasEncode = "SaveOptions\\RAS\\Encode";
+}  // namespace saveKey
+
 // The identify tests (see formats/Identify.h for their contract).
 bool identifySunRaster(InFile& file, FormatInfo* info);
 

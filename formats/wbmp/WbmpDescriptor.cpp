@@ -2,12 +2,38 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/wbmp/WbmpFormat.h"
+#include "formats/wbmp/WbmpReader.h"
+#include "formats/wbmp/WbmpWriter.h"
 
 namespace vivark {
-namespace {}  // namespace
+namespace {
+
+MessageId messageOf(WBMPERROR e) {
+    switch (e) {
+        case WBMPERROR::InvalidFile:
+            return msg::InvalidFile;
+    }
+    return msg::Unknown;
+}
+
+constexpr ErrorMapping kWbmpErrors[] = {
+    errorMapping<WBMPERROR, messageOf, 1>(),
+};
+
+const WriterEntry kWbmpWriters[] = {
+    {"WAP Bitmap",
+     {"wbmp"},
+     {"wbmp", "wbm"},
+     makeTag("WBMP"),
+     depthSet({1}),
+     ColourNeed::BlackAndWhite,
+     writeWbmp},
+};
+
+}  // namespace
 
 extern const FormatEntry wbmpFormat;
 constinit const FormatEntry wbmpFormat{
-    "WAP Bitmap", makeTag("WBMP"), identifyWbmp, nullptr, {}, {}, {}};
+    "WAP Bitmap", makeTag("WBMP"), identifyWbmp, makeWbmpReader, kWbmpErrors, kWbmpWriters, {}};
 
 }  // namespace vivark

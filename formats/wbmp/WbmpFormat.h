@@ -11,6 +11,11 @@
 
 namespace vivark {
 
+// The family's errors; the values are fixed.
+enum class WBMPERROR : uint32_t {
+    InvalidFile = 0,  // a type other than 0, extension headers, a size over 32 bits
+};
+
 // The identify tests (see formats/Identify.h for their contract).
 bool identifyWbmp(InFile& file, FormatInfo* info);
 

@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/xbm/XbmFormat.h"
+#include "formats/xbm/XbmReader.h"
+#include "formats/xbm/XbmWriter.h"
 
 namespace vivark {
 namespace {
@@ -46,14 +48,28 @@ constexpr ErrorMapping kXbmErrors[] = {
     errorMapping<XBMERROR, messageOf, 1>(),
 };
 
+const WriterEntry kXpmWriters[] = {
+    {"X Pixmap", {"xpm"}, {"xpm"}, makeTag("XPM "), depthSet({1, 4, 8}), ColourNeed::Any, writeXpm},
+};
+
+const WriterEntry kXbmWriters[] = {
+    {"X Bitmap",
+     {"xbm"},
+     {"xbm"},
+     makeTag("XBM "),
+     depthSet({1, 4, 8}),
+     ColourNeed::BlackAndWhite,
+     writeXbm},
+};
+
 }  // namespace
 
 extern const FormatEntry xpmFormat;
-constinit const FormatEntry xpmFormat{"X Pixmap", makeTag("XPM "), identifyXpm, nullptr, kXpmErrors,
-                                      {},         kSaveSettings};
+constinit const FormatEntry xpmFormat{"X Pixmap", makeTag("XPM "), identifyXpm,  makeXpmReader,
+                                      kXpmErrors, kXpmWriters,     kSaveSettings};
 
 extern const FormatEntry xbmFormat;
-constinit const FormatEntry xbmFormat{
-    "X Bitmap", makeTag("XBM "), identifyXbm, nullptr, kXbmErrors, {}, {}};
+constinit const FormatEntry xbmFormat{"X Bitmap", makeTag("XBM "), identifyXbm, makeXbmReader,
+                                      kXbmErrors, kXbmWriters,     {}};
 
 }  // namespace vivark

@@ -28,6 +28,11 @@ inline constexpr MessageId XpmUnknownColour = 11235;
 inline constexpr MessageId XpmUnknownPixel = 11236;
 }  // namespace msg
 
+namespace saveKey {
+// 1: the format-1 layout; any other value: the "/* XPM */" layout.
+inline constexpr std::string_view XpmType = "SaveOptions\\XPM\\Type";
+}  // namespace saveKey
+
 // The identify tests (see formats/Identify.h for their contract).
 bool identifyXpm(InFile& file, FormatInfo* info);
 bool identifyXbm(InFile& file, FormatInfo* info);

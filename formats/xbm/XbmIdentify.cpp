@@ -2,8 +2,10 @@
 //
 // X pixmap: the comment "/* XPM */" first (after any whitespace), then the
 // first quoted string after the opening brace holds width, height, colour
-// count and characters per pixel, all non-zero. The depth follows from the
-// colour count: 1 for 2 colours, 4 for 16, 8 for 256, 24 beyond.
+// count and characters per pixel, all non-zero; or, in the older format-1
+// layout, "#define <name>_format 1" followed by the _width, _height,
+// _ncolors and _chars_per_pixel defines, all non-zero. The depth follows
+// from the colour count: 1 for 2 colours, 4 for 16, 8 for 256, 24 beyond.
 // X bitmap: "#define <name>_width <n>" and then "#define <name>_height <n>",
 // both non-zero, as the first two lines with text (after any C comments);
 // one bit per pixel.
@@ -85,12 +87,22 @@ bool identifyXpm(InFile& file, FormatInfo* info) {
     uint8_t buffer[kTextLimit];
     Text text{buffer, readPrefix(file, buffer, sizeof buffer)};
     text.skipSpace();
-    if (!text.take("/* XPM */")) return false;
-    while (!text.atEnd() && text.data[text.at] != '{') ++text.at;
-    while (!text.atEnd() && text.data[text.at] != '"') ++text.at;
-    if (!text.take("\"")) return false;
-    const uint32_t width = text.number(), height = text.number();
-    const uint32_t colours = text.number(), charsPerPixel = text.number();
+    uint32_t width = 0, height = 0, colours = 0, charsPerPixel = 0;
+    if (text.take("/* XPM */")) {
+        while (!text.atEnd() && text.data[text.at] != '{') ++text.at;
+        while (!text.atEnd() && text.data[text.at] != '"') ++text.at;
+        if (!text.take("\"")) return false;
+        width = text.number();
+        height = text.number();
+        colours = text.number();
+        charsPerPixel = text.number();
+    } else {
+        if (text.define("_format") != 1) return false;
+        width = text.define("_width");
+        height = text.define("_height");
+        colours = text.define("_ncolors");
+        charsPerPixel = text.define("_chars_per_pixel");
+    }
     if (width == 0 || height == 0 || colours == 0 || charsPerPixel == 0) return false;
     const uint32_t bits = colours <= 2 ? 1 : colours <= 16 ? 4 : colours <= 256 ? 8 : 24;
     return accept(info, width, height, bits, makeTag("XPM "));

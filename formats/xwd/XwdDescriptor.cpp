@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/xwd/XwdFormat.h"
+#include "formats/xwd/XwdReader.h"
+#include "formats/xwd/XwdWriter.h"
 
 namespace vivark {
 namespace {
@@ -34,10 +36,20 @@ constexpr ErrorMapping kXwdErrors[] = {
     errorMapping<XWDERROR, messageOf, 9>(),
 };
 
+const WriterEntry kXwdWriters[] = {
+    {"X Window Dump",
+     {"xwd"},
+     {"xwd"},
+     makeTag("XWD "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeXwd},
+};
+
 }  // namespace
 
 extern const FormatEntry xwdFormat;
-constinit const FormatEntry xwdFormat{
-    "X Window Dump", makeTag("XWD "), identifyXwd, nullptr, kXwdErrors, {}, {}};
+constinit const FormatEntry xwdFormat{"X Window Dump", makeTag("XWD "), identifyXwd, makeXwdReader,
+                                      kXwdErrors,      kXwdWriters,     {}};
 
 }  // namespace vivark

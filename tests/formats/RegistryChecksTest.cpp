@@ -179,12 +179,15 @@ bool parsePnm(const std::string& text, Decoded& out) {
 std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file,
                            const Image& source) {
     static const std::map<std::string, std::string> kNetpbm = {
-        {"gif", "giftopnm"}, {"bmp", "bmptopnm"},   {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
-        {"png", "pngtopnm"}, {"pbm", "pamtopnm"},   {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
-        {"pnm", "pamtopnm"}, {"jpg", "djpeg -pnm"}, {"tif", "tifftopnm"}};
+        {"gif", "giftopnm"},   {"bmp", "bmptopnm"},   {"pcx", "pcxtoppm"},  {"tga", "tgatoppm"},
+        {"png", "pngtopnm"},   {"pbm", "pamtopnm"},   {"pgm", "pamtopnm"},  {"ppm", "pamtopnm"},
+        {"pnm", "pamtopnm"},   {"jpg", "djpeg -pnm"}, {"xbm", "xbmtopbm"},  {"xpm", "xpmtoppm"},
+        {"wbmp", "wbmptopbm"}, {"xwd", "xwdtopnm"},   {"ras", "rasttopnm"}, {"tif", "tifftopnm"}};
     const std::string ext = extensionOf(writer);
     const auto found = kNetpbm.find(ext);
     const std::string quoted = "'" + file.string() + "'";
+    // xwdtopnm gives colour-mapped dumps 16 bits a sample.
+    if (ext == "xwd") return "xwdtopnm " + quoted + " 2>/dev/null | pamdepth 255 2>/dev/null";
     if (found != kNetpbm.end()) return found->second + " " + quoted + " 2>/dev/null";
     if (ext == "sff") return {};
     if (ext == "g3") {
