@@ -176,13 +176,16 @@ bool parsePnm(const std::string& text, Decoded& out) {
 // libjpeg's djpeg for JPEG, ImageMagick otherwise.
 std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file) {
     static const std::map<std::string, std::string> kNetpbm = {
-        {"gif", "giftopnm"}, {"bmp", "bmptopnm"},  {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
-        {"png", "pngtopnm"}, {"pbm", "pamtopnm"},  {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
-        {"pnm", "pamtopnm"}, {"jpg", "djpeg -pnm"}};
+        {"gif", "giftopnm"}, {"bmp", "bmptopnm"},   {"pcx", "pcxtoppm"}, {"tga", "tgatoppm"},
+        {"png", "pngtopnm"}, {"pbm", "pamtopnm"},   {"pgm", "pamtopnm"}, {"ppm", "pamtopnm"},
+        {"pnm", "pamtopnm"}, {"jpg", "djpeg -pnm"}, {"sgi", "sgitopnm"}, {"iff", "ilbmtoppm"}};
     const std::string ext = extensionOf(writer);
     const auto found = kNetpbm.find(ext);
     const std::string quoted = "'" + file.string() + "'";
     if (found != kNetpbm.end()) return found->second + " " + quoted + " 2>/dev/null";
+    // FITS stores the bottom row first, and fitstopnm prints the rows as stored.
+    if (ext == "fits")
+        return "fitstopnm -omaxval=255 " + quoted + " 2>/dev/null | pamflip -topbottom";
     if (ext == "dcx") {
         // A DCX holds PCX pages: its first page, from the offset at byte 4,
         // goes to netpbm's PCX decoder.
