@@ -17,8 +17,8 @@
 //    them) doubles the palette with each colour at half brightness.
 //  - Hold-and-modify (CAMG bit 0x800, six or eight planes): a 24-bit image.
 //    Each pixel's top two bits choose: take the palette colour of the low
-//    bits, or keep the pixel to the left and replace its blue, red or green
-//    by the low bits widened to 8; each row starts from colour 0.
+//    bits, or keep the pixel to the left and replace the top bits of its
+//    blue, red or green by the low bits; each row starts from colour 0.
 //  - 24 and 32 planes: 24-bit images; planes 0-7 are red from its lowest bit
 //    up, 8-15 green, 16-23 blue, 24-31 alpha.
 //  - The mask plane becomes the alpha plane (0 or 255); masking 2 makes the
@@ -96,10 +96,12 @@ inline uint32_t bitAt(const uint8_t* row, uint32_t x) {
     return row[x >> 3] >> (7 - (x & 7)) & 1u;
 }
 
-// Widens a hold-and-modify value of `bits` (4 or 6) bits to 8 by repeating
-// its top bits.
-inline uint8_t widen(uint32_t value, uint32_t bits) {
-    return static_cast<uint8_t>(value << (8 - bits) | value >> (2 * bits - 8));
+// A held channel with its top `bits` bits (4 or 6) replaced by `value`; the
+// low bits stay those of the pixel to the left, as the Amiga's AGA chips
+// and netpbm's ilbmtoppm do.
+inline uint8_t modify(uint8_t held, uint32_t value, uint32_t bits) {
+    const uint32_t low = (1u << (8 - bits)) - 1;
+    return static_cast<uint8_t>(value << (8 - bits) | (held & low));
 }
 
 class IffReader final : public ImageReader {
@@ -253,13 +255,13 @@ class IffReader final : public ImageReader {
                             blue = blueOf(palette[value]);
                             break;
                         case 1:
-                            blue = widen(value, bits);
+                            blue = modify(blue, value, bits);
                             break;
                         case 2:
-                            red = widen(value, bits);
+                            red = modify(red, value, bits);
                             break;
                         default:
-                            green = widen(value, bits);
+                            green = modify(green, value, bits);
                             break;
                     }
                     row[3 * x] = blue, row[3 * x + 1] = green, row[3 * x + 2] = red;
