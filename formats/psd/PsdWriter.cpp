@@ -1,9 +1,11 @@
 // Writes Photoshop documents of one merged image with 8-bit channels: images
 // whose palette is the 256 grey levels in grey mode, other palette images in
 // indexed mode (the palette as the colour mode data), 24-bit images in RGB
-// mode. An alpha plane becomes one more channel (a palette image with one
+// mode. An alpha plane becomes one more channel, which Photoshop lists as
+// an alpha channel and Vivark reads back as alpha (a palette image with one
 // is written in RGB mode, as indexed documents keep no alpha). The image
-// resource and layer sections are empty.
+// resource and layer sections are empty; without a layer, programs that
+// take transparency only from layers (ImageMagick) show the picture opaque.
 //
 // SaveOptions\PSD\Encode codes the rows with PackBits (compression 1), the
 // coded length of every row first; otherwise they are stored raw.

@@ -280,7 +280,7 @@ TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
         return indexed.plane.row(y)[x] == 3 ? 0 : 255;
     };
 
-    for (const char* ext : {"png", "tga"}) {
+    for (const char* ext : {"png", "tga", "sgi"}) {
         SCOPED_TRACE(ext);
         const auto ours = dir / (std::string("ours.") + ext);
         saveImage(rgba, ours, *findWriterByExtension(ext), options);
