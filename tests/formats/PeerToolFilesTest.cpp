@@ -170,6 +170,9 @@ TEST(PeerToolFiles, OurFilesUnderEitherCodingAreReadByTheTools) {
             SaveOptionOverlay options(stored);
             ASSERT_TRUE(options.set(w.key, coded));
             for (const Image& picture : pictures) {
+                // ImageMagick 6.9 reads no indexed Photoshop documents.
+                if (w.key == saveKey::PsdEncode && picture.hasPalette() && !picture.isGrey())
+                    continue;
                 SCOPED_TRACE(testing::Message() << w.extension << " coded " << coded << " bits "
                                                 << picture.bitsPerPixel());
                 saveImage(picture, dir / "f", *findWriterByExtension(w.extension), options);

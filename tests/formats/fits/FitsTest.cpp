@@ -60,7 +60,7 @@ TEST(Fits, SamplesOfEveryTypeScaleToEightBits) {
         std::string samples;             // one row of four
         std::vector<uint8_t> expected;
     } cases[] = {
-        {"bytes are grey levels", "8", {}, "\x0A\xC8\x00\xFF", {10, 200, 0, 255}},
+        {"bytes are grey levels", "8", {}, std::string("\x0A\xC8\x00\xFF", 4), {10, 200, 0, 255}},
         {"scaled bytes stretch over their range",
          "8",
          {card("BSCALE", "2.0D0")},
@@ -74,8 +74,8 @@ TEST(Fits, SamplesOfEveryTypeScaleToEightBits) {
         {"32 bits outside DATAMIN..DATAMAX clamp",
          "32",
          {card("DATAMIN", "100"), card("DATAMAX", "200")},
-         be(50, 4) + be(150, 4) + be(200, 4) + be(0xFFFFFFFF, 4),
-         {0, 128, 255, 0}},
+         be(50, 4) + be(140, 4) + be(200, 4) + be(0xFFFFFFFF, 4),
+         {0, 102, 255, 0}},
         {"64-bit integers",
          "64",
          {},
