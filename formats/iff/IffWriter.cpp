@@ -2,7 +2,9 @@
 // and a BODY. Palette images of 1, 4 and 8 bits become as many bit planes
 // with a colour map of 2, 16 or 256 entries; 24-bit images become 24-plane
 // deep ILBM (red in planes 0-7 from its lowest bit, then green, then blue).
-// An alpha plane is not written (the one-bit mask of ILBM would lose it).
+// A palette image's transparent index is written as the transparent colour
+// (masking 2); an alpha plane is not written (the one-bit mask of ILBM
+// would lose it).
 //
 // SaveOptions\IFF\Encode codes each plane row with ByteRun1 (PackBits,
 // compression 1); otherwise the planes are stored as they are.
@@ -42,6 +44,10 @@ void writeIff(const Image& image, OutFile& out, const SaveOptions& options,
     storeBE16(header + 2, static_cast<uint16_t>(height));
     header[8] = static_cast<uint8_t>(planes);
     header[10] = byteRun ? 1 : 0;
+    if (image.hasPalette() && image.transparentIndex) {
+        header[9] = 2;  // masking: a transparent colour
+        storeBE16(header + 12, *image.transparentIndex);
+    }
     header[14] = header[15] = 1;  // square pixels
     storeBE16(header + 16, static_cast<uint16_t>(width));
     storeBE16(header + 18, static_cast<uint16_t>(height));

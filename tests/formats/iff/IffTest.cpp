@@ -9,6 +9,7 @@
 
 #include "core/Errors.h"
 #include "formats/iff/IffReader.h"
+#include "formats/iff/IffWriter.h"
 #include "support/ImageTestUtil.h"
 #include "support/Throws.h"
 
@@ -131,6 +132,9 @@ TEST(Iff, MaskPlaneBecomesAlphaAndTransparentColourTheTransparentIndex) {
     const Image b = readFromBytes(keyed, makeIffReader);
     EXPECT_EQ(b.transparentIndex, std::optional<uint8_t>(3));
     EXPECT_EQ(b.secondPlaneKind, SecondPlane::None);
+    // Our writer keeps it the same way.
+    const Image c = readFromBytes(writeToBytes(b, writeIff, StoredSaveOptions()), makeIffReader);
+    EXPECT_EQ(c.transparentIndex, std::optional<uint8_t>(3));
 }
 
 TEST(Iff, MalformedPicturesAreRefusedWithTheirError) {
