@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/fits/FitsFormat.h"
+#include "formats/fits/FitsReader.h"
+#include "formats/fits/FitsWriter.h"
 
 namespace vivark {
 namespace {
@@ -26,10 +28,25 @@ constexpr ErrorMapping kFitsErrors[] = {
     errorMapping<FITSERROR, messageOf, 5>(),
 };
 
+const WriterEntry kFitsWriters[] = {
+    {"Flexible Image Transport System",
+     {"fits", "fit"},
+     {"fits", "fit", "fts"},
+     makeTag("FITS"),
+     depthSet({8, 24}),
+     ColourNeed::Any,
+     writeFits},
+};
+
 }  // namespace
 
 extern const FormatEntry fitsFormat;
-constinit const FormatEntry fitsFormat{
-    "Flexible Image Transport System", makeTag("FITS"), identifyFits, nullptr, kFitsErrors, {}, {}};
+constinit const FormatEntry fitsFormat{"Flexible Image Transport System",
+                                       makeTag("FITS"),
+                                       identifyFits,
+                                       makeFitsReader,
+                                       kFitsErrors,
+                                       kFitsWriters,
+                                       {}};
 
 }  // namespace vivark

@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/iff/IffFormat.h"
+#include "formats/iff/IffReader.h"
+#include "formats/iff/IffWriter.h"
 
 namespace vivark {
 namespace {
@@ -48,10 +50,21 @@ constexpr ErrorMapping kIffErrors[] = {
     errorMapping<IFFERROR, messageOf, 12>(),
 };
 
+const WriterEntry kIffWriters[] = {
+    {"Electronic Arts IFF",
+     {"iff", "ilbm"},
+     {"iff", "ilbm", "lbm"},
+     makeTag("IFF "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeIff},
+};
+
 }  // namespace
 
 extern const FormatEntry iffFormat;
-constinit const FormatEntry iffFormat{
-    "Electronic Arts IFF", makeTag("IFF "), identifyIff, nullptr, kIffErrors, {}, kSaveSettings};
+constinit const FormatEntry iffFormat{"Electronic Arts IFF", makeTag("IFF "), identifyIff,
+                                      makeIffReader,         kIffErrors,      kIffWriters,
+                                      kSaveSettings};
 
 }  // namespace vivark

@@ -31,6 +31,10 @@ namespace msg {
 inline constexpr MessageId IffFirst = 11184;  // IFFERROR v is IffFirst + v, v = 0..11
 }  // namespace msg
 
+namespace saveKey {
+inline constexpr std::string_view IffEncode = "SaveOptions\\IFF\\Encode";
+}  // namespace saveKey
+
 // The identify tests (see formats/Identify.h for their contract).
 bool identifyIff(InFile& file, FormatInfo* info);
 

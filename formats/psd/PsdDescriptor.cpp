@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/psd/PsdFormat.h"
+#include "formats/psd/PsdReader.h"
+#include "formats/psd/PsdWriter.h"
 
 namespace vivark {
 namespace {
@@ -32,15 +34,25 @@ constexpr ErrorMapping kPsdErrors[] = {
     errorMapping<PSDERROR, messageOf, 4>(),
 };
 
+const WriterEntry kPsdWriters[] = {
+    {"Adobe Photoshop Document",
+     {"psd", "photoshop"},
+     {"psd"},
+     makeTag("PSD "),
+     depthSet({8, 24}),
+     ColourNeed::Any,
+     writePsd},
+};
+
 }  // namespace
 
 extern const FormatEntry psdFormat;
 constinit const FormatEntry psdFormat{"Adobe Photoshop Document",
                                       makeTag("PSD "),
                                       identifyPsd,
-                                      nullptr,
+                                      makePsdReader,
                                       kPsdErrors,
-                                      {},
+                                      kPsdWriters,
                                       kSaveSettings};
 
 }  // namespace vivark

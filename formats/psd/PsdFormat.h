@@ -25,6 +25,10 @@ inline constexpr MessageId PsdColourMode = 11208;
 inline constexpr MessageId PsdCompression = 11209;
 }  // namespace msg
 
+namespace saveKey {
+inline constexpr std::string_view PsdEncode = "SaveOptions\\PSD\\Encode";
+}  // namespace saveKey
+
 // The identify tests (see formats/Identify.h for their contract).
 bool identifyPsd(InFile& file, FormatInfo* info);
 

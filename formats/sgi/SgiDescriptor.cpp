@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/sgi/SgiFormat.h"
+#include "formats/sgi/SgiReader.h"
+#include "formats/sgi/SgiWriter.h"
 
 namespace vivark {
 namespace {
@@ -36,10 +38,25 @@ constexpr ErrorMapping kSgiErrors[] = {
     errorMapping<SGIERROR, messageOf, 6>(),
 };
 
+const WriterEntry kSgiWriters[] = {
+    {"SGI Image File Format",
+     {"sgi"},
+     {"sgi", "rgb", "rgba", "bw"},
+     makeTag("SGI "),
+     depthSet({8, 24}),
+     ColourNeed::Any,
+     writeSgi},
+};
+
 }  // namespace
 
 extern const FormatEntry sgiFormat;
-constinit const FormatEntry sgiFormat{
-    "SGI Image File Format", makeTag("SGI "), identifySgi, nullptr, kSgiErrors, {}, kSaveSettings};
+constinit const FormatEntry sgiFormat{"SGI Image File Format",
+                                      makeTag("SGI "),
+                                      identifySgi,
+                                      makeSgiReader,
+                                      kSgiErrors,
+                                      kSgiWriters,
+                                      kSaveSettings};
 
 }  // namespace vivark

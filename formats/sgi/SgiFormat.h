@@ -28,6 +28,10 @@ inline constexpr MessageId SgiStorage = 11219;
 inline constexpr MessageId SgiChannelSize = 11220;
 }  // namespace msg
 
+namespace saveKey {
+inline constexpr std::string_view SgiEncode = "SaveOptions\\SGI\\Encode";
+}  // namespace saveKey
+
 // The identify tests (see formats/Identify.h for their contract).
 bool identifySgi(InFile& file, FormatInfo* info);
 

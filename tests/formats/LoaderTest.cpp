@@ -129,8 +129,8 @@ TEST(Load, EndsWithTheMessageOfWhatWasFound) {
     const Case cases[] = {
         {"nothing recognised", Bytes().fill(1000, 0x55).data, msg::UnrecognizedFormat},
         {"slide show list", Bytes().text("Vivark SlideShow\r\na.gif\r\n").data, msg::SlideShowList},
-        {"format without a reader",
-         Bytes().text("8BPS").be16(1).fill(6).be16(3).be32(5).be32(6).be16(8).be16(3).data,
+        // A Photo CD pack: 32 bytes of 0xFF, the orientation byte at 0xE02.
+        {"format without a reader", Bytes().fill(32, 0xFF).fill(0xE02 - 32 + 1).data,
          msg::InvalidFile},
         // The PNG sample's chunks carry no CRC: the reader's error is the message.
         {"reader error", test::pngSample(), msg::PngFirst + 1},

@@ -182,7 +182,8 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
         {"gif", "giftopnm"},   {"bmp", "bmptopnm"},   {"pcx", "pcxtoppm"},  {"tga", "tgatoppm"},
         {"png", "pngtopnm"},   {"pbm", "pamtopnm"},   {"pgm", "pamtopnm"},  {"ppm", "pamtopnm"},
         {"pnm", "pamtopnm"},   {"jpg", "djpeg -pnm"}, {"xbm", "xbmtopbm"},  {"xpm", "xpmtoppm"},
-        {"wbmp", "wbmptopbm"}, {"xwd", "xwdtopnm"},   {"ras", "rasttopnm"}, {"tif", "tifftopnm"}};
+        {"wbmp", "wbmptopbm"}, {"xwd", "xwdtopnm"},   {"ras", "rasttopnm"}, {"tif", "tifftopnm"},
+        {"sgi", "sgitopnm"},   {"iff", "ilbmtoppm"}};
     const std::string ext = extensionOf(writer);
     const auto found = kNetpbm.find(ext);
     const std::string quoted = "'" + file.string() + "'";
@@ -197,6 +198,9 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
                quoted + " >/dev/null 2>&1 && tifftopnm " + quoted +
                ".tif 2>/dev/null | pamcut -height " + std::to_string(source.height());
     }
+    // FITS stores the bottom row first, and fitstopnm prints the rows as stored.
+    if (ext == "fits")
+        return "fitstopnm -omaxval=255 " + quoted + " 2>/dev/null | pamflip -topbottom";
     if (ext == "dcx") {
         // A DCX holds PCX pages: its first page, from the offset at byte 4,
         // goes to netpbm's PCX decoder.
@@ -226,6 +230,12 @@ TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
         SCOPED_TRACE(w.file.filename().string());
         const std::string command = decoderCommand(*w.writer, w.file, w.source);
         if (command.empty()) continue;
+        // ImageMagick 6.9 refuses every indexed Photoshop document (its own
+        // too: it asks three channels of all but grey ones), and no other
+        // decoder is at hand; tests/formats/PeerToolFilesTest.cpp reads its
+        // indexed files instead.
+        if (extensionOf(*w.writer) == "psd" && w.source.hasPalette() && !w.source.isGrey())
+            continue;
         Decoded decoded;
         ASSERT_TRUE(parsePnm(run(command), decoded));
         ASSERT_EQ(decoded.width, w.source.width());
@@ -293,7 +303,7 @@ TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
         return indexed.plane.row(y)[x] == 3 ? 0 : 255;
     };
 
-    for (const char* ext : {"png", "tga", "tif"}) {
+    for (const char* ext : {"png", "tga", "tif", "sgi"}) {
         SCOPED_TRACE(ext);
         const auto ours = dir / (std::string("ours.") + ext);
         saveImage(rgba, ours, *findWriterByExtension(ext), options);

@@ -1,0 +1,189 @@
+// Files that the peer tools (netpbm, ImageMagick) write, read by us and
+// compared with the tools' own decoding of the same file: one row per tool
+// and option set, over every family these tools write (SGI, FITS, Photoshop,
+// IFF). The pictures are made here, so each row starts from the same image.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "formats/Loader.h"
+#include "formats/SaveDispatch.h"
+#include "formats/iff/IffFormat.h"
+#include "formats/pnm/PnmReader.h"
+#include "formats/psd/PsdFormat.h"
+#include "formats/sgi/SgiFormat.h"
+#include "support/ImageTestUtil.h"
+
+namespace vivark {
+namespace {
+
+using namespace test;
+
+// The sources: a 23×11 true-colour picture with a flat band and noise, its
+// grey version and a 16-colour picture, as raw PNM.
+void writeSources(const std::filesystem::path& dir) {
+    const uint32_t w = 23, h = 11;
+    std::string rgbPixels, greyPixels, palPixels;
+    for (uint32_t y = 0; y < h; ++y)
+        for (uint32_t x = 0; x < w; ++x) {
+            const uint8_t r = x < 6 ? 200 : uint8_t(x * 11 + y * 7);
+            const uint8_t g = x < 6 ? uint8_t(30 + y * 10) : uint8_t(x * x + 3 * y);
+            const uint8_t b = x < 6 ? 60 : uint8_t(255 - x * 5 - y * 9);
+            rgbPixels += {char(r), char(g), char(b)};
+            greyPixels += char((r * 3 + g * 6 + b) / 10);
+            const uint32_t i = x > 3 ? (3 * x + 5 * y + x * y) % 16 : 2;
+            palPixels += {char(i * 16), char(255 - i * 13), char(i * 77 % 256)};
+        }
+    const std::string size = std::to_string(w) + " " + std::to_string(h) + "\n255\n";
+    std::ofstream(dir / "rgb.ppm", std::ios::binary) << "P6\n" << size << rgbPixels;
+    std::ofstream(dir / "grey.pgm", std::ios::binary) << "P5\n" << size << greyPixels;
+    std::ofstream(dir / "pal.ppm", std::ios::binary) << "P6\n" << size << palPixels;
+}
+
+std::string run(const std::string& command) {
+    std::string output;
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    if (!pipe) return output;
+    char buffer[65536];
+    size_t n;
+    while ((n = fread(buffer, 1, sizeof buffer, pipe.get())) > 0) output.append(buffer, n);
+    return output;
+}
+
+// The largest channel difference between two images of the same size.
+int worstDifference(const Image& a, const Image& b) {
+    int worst = 0;
+    for (uint32_t y = 0; y < a.height(); ++y)
+        for (uint32_t x = 0; x < a.width(); ++x) {
+            const Colour p = colourAt(a, x, y), q = colourAt(b, x, y);
+            for (int shift : {0, 8, 16})
+                worst = std::max(worst, std::abs(int(p >> shift & 0xFF) - int(q >> shift & 0xFF)));
+        }
+    return worst;
+}
+
+TEST(PeerToolFiles, OurDecodingEqualsTheToolsOwn) {
+    if (std::system("command -v pnmtosgi >/dev/null && command -v ppmtoilbm >/dev/null && "
+                    "command -v pnmtofits >/dev/null && command -v convert-im6.q16 >/dev/null") !=
+        0)
+        GTEST_SKIP() << "netpbm and ImageMagick are needed (scripts/setup.sh)";
+    // `make` writes the file "f" from the sources; `decode` prints the
+    // tools' decoding of it as PNM. ImageMagick is "im" below.
+    const std::string im = "convert-im6.q16 ";
+    const std::string sgi = "sgitopnm f | pamdepth 255";
+    // FITS stores the bottom row first; fitstopnm prints the rows as stored.
+    const std::string fits = "fitstopnm -omaxval=255 f | pamflip -topbottom";
+    const std::string ilbm = "ilbmtoppm f";
+    const std::string psd = im + "psd:f[0] -alpha off -depth 8 ppm:-";
+    const struct {
+        const char* tag;
+        std::string make, decode;
+        int tolerance;
+    } cases[] = {
+        {"SGI ", "pnmtosgi -verbatim rgb.ppm > f", sgi, 0},
+        {"SGI ", "pnmtosgi -rle rgb.ppm > f", sgi, 0},
+        {"SGI ", "pnmtosgi -rle grey.pgm > f", sgi, 0},
+        {"SGI ", "pnmdepth 65535 rgb.ppm | pnmtosgi -verbatim > f", sgi, 0},
+        {"SGI ", "pnmdepth 65535 grey.pgm | pnmtosgi -rle > f", sgi, 0},
+        {"SGI ", im + "rgb.ppm -alpha set -compress RLE sgi:f", sgi, 0},
+        {"SGI ", im + "grey.pgm -depth 16 sgi:f", sgi, 0},
+        {"FITS", "pnmtofits grey.pgm > f", fits, 0},
+        {"FITS", "pnmtofits rgb.ppm > f", fits, 0},
+        {"FITS", "pnmdepth 1000 grey.pgm | pnmtofits > f", fits, 1},
+        // fitstopnm overflows on 32-bit integers; ImageMagick reads its own
+        // FITS files right (and turns them over as we do). Its floating-point
+        // files are not used: it writes BZERO 2^31 into them.
+        {"FITS", im + "grey.pgm -depth 16 fits:f", fits, 0},
+        {"FITS", im + "grey.pgm -depth 32 fits:f", im + "fits:f -depth 8 pgm:-", 0},
+        {"IFF ", "ppmtoilbm pal.ppm > f", ilbm, 0},
+        {"IFF ", "ppmtoilbm -nocompress pal.ppm > f", ilbm, 0},
+        {"IFF ", "ppmtoilbm grey.pgm > f", ilbm, 0},
+        {"IFF ", "ppmtoilbm -ham6 rgb.ppm > f", ilbm, 0},
+        {"IFF ", "ppmtoilbm -ham8 -nocompress rgb.ppm > f", ilbm, 0},
+        {"IFF ", "ppmtoilbm -24force rgb.ppm > f", ilbm, 0},
+        {"IFF ", "ppmtoilbm -24force -nocompress rgb.ppm > f", ilbm, 0},
+        {"PSD ", im + "rgb.ppm psd:f", psd, 0},
+        {"PSD ", im + "rgb.ppm -compress None psd:f", psd, 0},
+        {"PSD ", im + "rgb.ppm -depth 16 psd:f", psd, 0},
+        {"PSD ", im + "grey.pgm psd:f", psd, 0},
+        // ImageMagick 6 cannot read its own indexed documents back; the
+        // 16-colour source is the reference.
+        {"PSD ", im + "pal.ppm -type Palette psd:f", "cat pal.ppm", 0},
+        {"PSD ", im + "grey.pgm -monochrome psd:f", psd, 0},
+        {"PSD ", im + "rgb.ppm -alpha set psd:f", psd, 0},
+        {"PSD ", im + "rgb.ppm -colorspace CMYK psd:f", psd, 1},
+        {"PSD ", im + "rgb.ppm -colorspace CMYK -depth 16 -compress None psd:f", psd, 2},
+        {"PSD ", im + "rgb.ppm -colorspace Lab psd:f", psd, 1},
+        {"PSD ", im + "rgb.ppm pal.ppm -adjoin psd:f", psd, 0},
+    };
+    TempDir dir;
+    writeSources(dir.path());
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.make);
+        const std::string cd = "cd '" + dir.path().string() + "' && ";
+        std::filesystem::remove(dir / "f");
+        ASSERT_EQ(std::system((cd + c.make + " 2>/dev/null").c_str()), 0);
+        const std::string reference = run(cd + c.decode + " 2>/dev/null");
+        ASSERT_FALSE(reference.empty());
+        const Image theirs = readFromBytes(reference, makePnmReader);
+        Image ours;
+        const LoadResult result = loadFile(ours, (dir / "f").string(), ReadOptions{});
+        ASSERT_TRUE(result.completed) << messageText(result.message);
+        EXPECT_EQ(tagText(ours.formatTag), c.tag);
+        ASSERT_EQ(ours.width(), theirs.width());
+        ASSERT_EQ(ours.height(), theirs.height());
+        EXPECT_LE(worstDifference(ours, theirs), c.tolerance);
+    }
+}
+
+// The registry checks read back every writer under its default settings;
+// this reads back the writers of these families under both values of the
+// setting that chooses their coding, with and without alpha.
+TEST(PeerToolFiles, OurFilesUnderEitherCodingAreReadByTheTools) {
+    if (std::system("command -v sgitopnm >/dev/null && command -v ilbmtoppm >/dev/null && "
+                    "command -v convert-im6.q16 >/dev/null") != 0)
+        GTEST_SKIP() << "netpbm and ImageMagick are needed (scripts/setup.sh)";
+    const struct {
+        const char* extension;
+        std::string_view key;
+        const char* decode;
+    } writers[] = {
+        {"sgi", saveKey::SgiEncode, "sgitopnm f"},
+        {"psd", saveKey::PsdEncode, "convert-im6.q16 psd:f[0] -alpha off -depth 8 ppm:-"},
+        {"iff", saveKey::IffEncode, "ilbmtoppm f"},
+    };
+    Image grey = patternImage(41, 9, 8);
+    grey.setGreyPalette();
+    Image withAlpha = patternImage(41, 9, 24);
+    withAlpha.secondPlane = PixelPlane(41, 9, 8, true);
+    withAlpha.secondPlaneKind = SecondPlane::Alpha;
+    const Image pictures[] = {patternImage(41, 9, 24), patternImage(41, 9, 8), grey, withAlpha};
+    TempDir dir;
+    StoredSaveOptions stored;
+    for (const auto& w : writers) {
+        for (int coded : {0, 1}) {
+            SaveOptionOverlay options(stored);
+            ASSERT_TRUE(options.set(w.key, coded));
+            for (const Image& picture : pictures) {
+                // ImageMagick 6.9 reads no indexed Photoshop documents.
+                if (w.key == saveKey::PsdEncode && picture.hasPalette() && !picture.isGrey())
+                    continue;
+                SCOPED_TRACE(testing::Message() << w.extension << " coded " << coded << " bits "
+                                                << picture.bitsPerPixel());
+                saveImage(picture, dir / "f", *findWriterByExtension(w.extension), options);
+                const std::string decoded =
+                    run("cd '" + dir.path().string() + "' && " + w.decode + " 2>/dev/null");
+                ASSERT_FALSE(decoded.empty());
+                EXPECT_TRUE(samePixels(readFromBytes(decoded, makePnmReader), picture));
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace vivark
