@@ -1,11 +1,12 @@
 // "vivark convert INPUT OUTPUT [--to FORMAT] [--page N] [--set KEY=VALUE]...
-// [--colors N] [--palette TYPE] [--dither TYPE]": loads INPUT with every
-// fallback of the loader and saves it in the format named by --to (menu name
-// or short name) or else by OUTPUT's extension. --set overrides a save
-// option for this run only; nothing is stored. --colors reduces the image to
-// at most N colours (2..256) before the save; --palette and --dither choose
-// how, for that reduction and for any the save itself makes, in place of the
-// user's "Dither\Palette" settings. A failure is reported as "vivark: FILE:
+// [--palette TYPE] [--dither TYPE] [operations...]": loads INPUT with every
+// fallback of the loader, applies the operations (ConvertOperations.h: resize,
+// rotate, mirror, colour reduction ...) in the order given, and saves it in
+// the format named by --to (menu name or short name) or else by OUTPUT's
+// extension. --set overrides a save option for this run only; nothing is
+// stored. --palette and --dither choose how --colors reduces, and how any
+// reduction the save itself makes does, in place of the user's
+// "Dither\Palette" settings. A failure is reported as "vivark: FILE:
 // message" and leaves no output file. Unknown formats, bad --set assignments
 // and bad words are usage errors (status 2).
 //
@@ -26,6 +27,7 @@
 
 #include "app/cli/Cli.h"
 #include "app/cli/Command.h"
+#include "app/cli/ConvertOperations.h"
 #include "app/cli/Interrupt.h"
 #include "app/cli/ProgressBar.h"
 #include "app/cli/Report.h"
@@ -45,7 +47,8 @@ struct ConvertOptions {
     std::string format;
     uint32_t page = 1;
     std::vector<std::string> assignments;
-    uint32_t colours = 0;  // 0: no reduction asked for
+    OperationOptions operations;
+    OperationSettings operationSettings;
     std::string palette;
     std::string dither;
 };
@@ -89,7 +92,7 @@ std::vector<uint8_t> readStandardInput() {
     return bytes;
 }
 
-int runConvert(const ConvertOptions& options, CommandContext& context) {
+int runConvert(ConvertOptions& options, CommandContext& context) {
     const bool toStdout = options.output == "-";
     if (toStdout && options.format.empty()) {
         reportError(context.err, "", "writing to standard output needs --to FORMAT");
@@ -160,15 +163,21 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         return kFailure;
     }
     try {
-        if (options.colours != 0) {
-            const auto count = reduceColours(image, options.colours,
-                                             uint32_t(saveOptions.integer(saveKey::PaletteType)),
-                                             uint32_t(saveOptions.integer(saveKey::DitherType)));
-            // Sixteen colours or fewer are stored four bits a pixel where the
-            // format has that depth, as a user asking for them expects.
-            if (count && *count <= 16 && image.bitsPerPixel() == 8 && writer->accepts(4))
-                image = widenIndices(image, 4);
+        OperationSettings& settings = options.operationSettings;
+        settings.paletteType = uint32_t(saveOptions.integer(saveKey::PaletteType));
+        settings.ditherType = uint32_t(saveOptions.integer(saveKey::DitherType));
+        ProgressBar working(options.input);
+        settings.progress = &working;
+        if (!applyOperations(image, options.operations.steps(), settings)) {
+            reportError(context.err, options.input, "interrupted; nothing was written");
+            return kFailure;
         }
+        working.done();
+        // Sixteen colours or fewer are stored four bits a pixel where the
+        // format has that depth, as a user asking for them expects.
+        if (settings.reducedTo != 0 && settings.reducedTo <= 16 && image.bitsPerPixel() == 8 &&
+            image.paletteCount <= 16 && writer->accepts(4))
+            image = widenIndices(image, 4);
         ProgressBar saving(options.output);
         if (toStdout)
             saveImageTo(image, SafeOutFile::kStandardOutput, *writer, saveOptions, &saving);
@@ -210,12 +219,11 @@ void registerConvert(CLI::App& app, CommandContext& context,
         ->check(CLI::PositiveNumber);
     command->add_option("--set", options->assignments,
                         "Save option for this run, e.g. \"Windows Bitmap\\Encode=1\"");
-    command->add_option("--colors", options->colours, "Reduce to at most N colours (2..256)")
-        ->check(CLI::Range(2, 256));
     command->add_option("--palette", options->palette, "Palette of a reduction")
         ->check(CLI::IsMember(wordsOf(kPaletteWords)));
     command->add_option("--dither", options->dither, "Dither of a reduction")
         ->check(CLI::IsMember(wordsOf(kDitherWords)));
+    options->operations.add(*command, options->operationSettings);
     actions.emplace_back(command, [options, &context] { return runConvert(*options, context); });
 }
 

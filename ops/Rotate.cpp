@@ -1,0 +1,237 @@
+// Rotate: the turned picture's geometry, the point-sampled path in 16.16
+// fixed point and the bicubic path.
+#include "ops/Rotate.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <type_traits>
+#include <vector>
+
+#include "ops/PixelAccess.h"
+#include "ops/ResampleFilter.h"
+#include "ops/ResampleImage.h"
+
+namespace vivark {
+namespace {
+
+struct SineCosine {
+    double s = 0;
+    double c = 1;
+};
+
+SineCosine sineCosine(int32_t angle) {
+    constexpr int64_t kQuarter = 90 * int64_t{kAngleUnitsPerDegree};
+    if (angle % kQuarter == 0) {
+        static constexpr SineCosine kTurns[4] = {{0, 1}, {1, 0}, {0, -1}, {-1, 0}};
+        return kTurns[((angle / kQuarter) % 4 + 4) % 4];
+    }
+    const double radians = double(angle) / kAngleUnitsPerDegree * std::numbers::pi / 180.0;
+    return {std::sin(radians), std::cos(radians)};
+}
+
+int64_t fixed(double value) {
+    return int64_t(std::floor(value * 65536.0));
+}
+
+// Point sampling of one plane; rows are counted in storage order (bottom up),
+// as the fixed-point walk is defined on them.
+template <class Access>
+bool rotatePlane(Access, const PixelPlane& source, PixelPlane& destination, SineCosine sc,
+                 uint32_t outside, ProgressCallback* progress) {
+    const int64_t w = source.width(), h = source.height();
+    const uint32_t width = destination.width(), height = destination.height();
+    std::vector<int64_t> columnX(width), columnY(width);
+    for (uint32_t j = 0; j < width; ++j) {
+        const double u = double(int64_t(j) - int64_t(width / 2));
+        columnX[j] = fixed(u * sc.c + double(w / 2)) + 32768;
+        columnY[j] = fixed(u * sc.s + double(h / 2)) + 32768;
+    }
+    const uint8_t* sourceRows = source.data();
+    const size_t sourceStride = source.rowStride();
+    uint8_t* rows = destination.mutableData();
+    for (uint32_t i = 0; i < height; ++i) {
+        const double v = double(int64_t(i) - int64_t(height / 2));
+        const int64_t dx = fixed(v * sc.s), dy = fixed(v * sc.c);
+        uint8_t* out = rows + size_t{i} * destination.rowStride();
+        for (uint32_t j = 0; j < width; ++j) {
+            const int64_t x = (columnX[j] - dx) >> 16, y = (columnY[j] + dy) >> 16;
+            const bool inside = x >= 0 && x < w && y >= 0 && y < h;
+            Access::put(out, j,
+                        inside ? Access::get(sourceRows + size_t(y) * sourceStride, uint32_t(x))
+                               : outside);
+        }
+        if (progressCancelled(progress, i + 1, height)) return false;
+    }
+    return true;
+}
+
+// The largest upright rectangle inside a w x h rectangle turned by the angle
+// whose sine and cosine are given. When the short side is small against the
+// long one, the best rectangle touches the long sides only (a half-short-side
+// square argument); otherwise all four sides, solving the two edge equations.
+std::pair<double, double> innerRectangle(double w, double h, SineCosine sc) {
+    const double s = std::fabs(sc.s), c = std::fabs(sc.c);
+    if (s < 1e-12 || c < 1e-12) return s < 1e-12 ? std::pair{w, h} : std::pair{h, w};
+    const bool wide = w >= h;
+    const double longSide = wide ? w : h, shortSide = wide ? h : w;
+    if (shortSide <= 2.0 * s * c * longSide || std::fabs(s - c) < 1e-10) {
+        const double half = 0.5 * shortSide;
+        return wide ? std::pair{half / s, half / c} : std::pair{half / c, half / s};
+    }
+    const double cos2 = c * c - s * s;
+    return {(w * c - h * s) / cos2, (h * c - w * s) / cos2};
+}
+
+// Mitchell weights of the four taps around a sample at fraction f (in 1/256)
+// past the second tap, in 14-bit fixed point summing to one.
+using Taps = std::array<int16_t, 4>;
+std::array<Taps, 257> bicubicTable() {
+    std::array<Taps, 257> table{};
+    for (unsigned phase = 0; phase <= 256; ++phase) {
+        const double f = phase / 256.0;
+        const double exact[4] = {mitchell(f + 1), mitchell(f), mitchell(1 - f), mitchell(2 - f)};
+        int total = 0;
+        for (unsigned k = 0; k < 4; ++k) {
+            table[phase][k] = int16_t(std::lround(exact[k] * kWeightOne));
+            total += table[phase][k];
+        }
+        table[phase][f < 0.5 ? 1 : 2] = int16_t(table[phase][f < 0.5 ? 1 : 2] + kWeightOne - total);
+    }
+    return table;
+}
+
+// Samples beyond the source's edge are the fill colour, so the turned edge
+// blends into the corners; with clampEdges (an inner crop, where no corner
+// shows) they repeat the edge instead, so no fill leaks in.
+template <unsigned Ch>
+bool rotateBicubic(const ConstSurface& source, const Surface& destination, SineCosine sc,
+                   const uint8_t* fill, bool clampEdges, ProgressCallback* progress) {
+    static const std::array<Taps, 257> kTable = bicubicTable();
+    const int64_t w = source.width, h = source.height;
+    const double halfWidth = destination.width / 2.0, halfHeight = destination.height / 2.0;
+    for (uint32_t yp = 0; yp < destination.height; ++yp) {
+        // In picture coordinates (y down) the clockwise turn of the storage
+        // walk maps an offset (u, v) from the centre to (u c + v s, -u s + v c).
+        const double v = yp + 0.5 - halfHeight;
+        uint8_t* out = destination.row(yp);
+        for (uint32_t xp = 0; xp < destination.width; ++xp) {
+            const double u = xp + 0.5 - halfWidth;
+            const double sx = u * sc.c + v * sc.s + w / 2.0 - 0.5;
+            const double sy = -u * sc.s + v * sc.c + h / 2.0 - 0.5;
+            uint8_t* pixel = out + size_t{xp} * Ch;
+            const double fx = std::floor(sx), fy = std::floor(sy);
+            if (!clampEdges && (fx < -2 || fy < -2 || fx > double(w) || fy > double(h))) {
+                std::copy_n(fill, Ch, pixel);
+                continue;
+            }
+            const int64_t ix = int64_t(fx) - 1, iy = int64_t(fy) - 1;
+            const Taps& wx = kTable[unsigned(std::lround((sx - fx) * 256))];
+            const Taps& wy = kTable[unsigned(std::lround((sy - fy) * 256))];
+            const bool whole = ix >= 0 && iy >= 0 && ix + 3 < w && iy + 3 < h;
+            int32_t sum[Ch] = {};
+            for (unsigned r = 0; r < 4; ++r) {
+                const int64_t y = clampEdges ? std::clamp<int64_t>(iy + r, 0, h - 1) : iy + r;
+                const bool rowInside = y >= 0 && y < h;
+                const uint8_t* row = rowInside ? source.row(uint32_t(y)) : nullptr;
+                int32_t across[Ch] = {};
+                for (unsigned k = 0; k < 4; ++k) {
+                    const int64_t x = clampEdges ? std::clamp<int64_t>(ix + k, 0, w - 1) : ix + k;
+                    const uint8_t* p = (whole || (rowInside && x >= 0 && x < w))
+                                           ? row + size_t(x) * Ch
+                                           : fill;
+                    for (unsigned c = 0; c < Ch; ++c) across[c] += wx[k] * p[c];
+                }
+                for (unsigned c = 0; c < Ch; ++c) sum[c] += wy[r] * ((across[c] + 64) >> 7);
+            }
+            for (unsigned c = 0; c < Ch; ++c)
+                pixel[c] = uint8_t(std::clamp((sum[c] + (1 << 20)) >> 21, 0, 255));
+        }
+        if (progressCancelled(progress, yp + 1, destination.height)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+RotatedSize rotatedSize(uint32_t width, uint32_t height, int32_t angle) {
+    const SineCosine sc = sineCosine(angle);
+    const double s = std::fabs(sc.s), c = std::fabs(sc.c);
+    return {uint64_t(std::ceil(height * s + width * c)), uint64_t(std::ceil(width * s + height * c))};
+}
+
+bool rotatePoint(Image& image, int32_t angle, ProgressCallback* progress, const Limits& limits) {
+    if (image.plane.empty()) return true;
+    const SineCosine sc = sineCosine(angle);
+    const RotatedSize size = rotatedSize(image.width(), image.height(), angle);
+    const bool second = !image.secondPlane.empty() &&
+                        image.secondPlane.width() == image.width() &&
+                        image.secondPlane.height() == image.height();
+    checkResultSize(size.width, size.height, image.bitsPerPixel(), limits);
+    if (second) checkResultSize(size.width, size.height, image.secondPlane.bitsPerPixel(), limits);
+
+    Image result = image;
+    result.plane = PixelPlane(uint32_t(size.width), uint32_t(size.height), image.bitsPerPixel(),
+                              true);
+    result.colourCount = 0;
+    const bool done = withDepth(image.bitsPerPixel(), [&](auto access) {
+        return rotatePlane(access, image.plane, result.plane, sc, 0, progress);
+    });
+    if (!done) return false;
+    if (second) {
+        // Outside the picture: transparent alpha, or an AND mask of 1.
+        const uint32_t clear = image.secondPlaneKind == SecondPlane::AndMask ? 1 : 0;
+        result.secondPlane = PixelPlane(uint32_t(size.width), uint32_t(size.height),
+                                        image.secondPlane.bitsPerPixel(), true);
+        withDepth(image.secondPlane.bitsPerPixel(), [&](auto access) {
+            return rotatePlane(access, image.secondPlane, result.secondPlane, sc, clear, nullptr);
+        });
+    } else {
+        result.secondPlane = PixelPlane();
+        result.secondPlaneKind = SecondPlane::None;
+    }
+    image = std::move(result);
+    return true;
+}
+
+bool rotateResampled(Image& image, const RotateRequest& request, ProgressCallback* progress,
+                     const Limits& limits) {
+    if (image.plane.empty()) return true;
+    const SineCosine sc = sineCosine(request.angle);
+    RotatedSize size = rotatedSize(image.width(), image.height(), request.angle);
+    if (request.cropInside) {
+        const auto [width, height] = innerRectangle(image.width(), image.height(), sc);
+        size = {std::max<uint64_t>(1, uint64_t(width + 1e-9)),
+                std::max<uint64_t>(1, uint64_t(height + 1e-9))};
+    }
+    const ResampleFormat format = resampleFormatOf(image);
+    ResampleTarget target(image, uint32_t(size.width), uint32_t(size.height), format, limits);
+    const ResampleSource source(image, format);
+    uint8_t fill[4];
+    fillSamples(request.fill, format, fill);
+    const auto run = [&](auto channels) {
+        return rotateBicubic<decltype(channels)::value>(source.surface(), target.surface(), sc,
+                                                        fill, request.cropInside, progress);
+    };
+    bool done = false;
+    switch (format.channels) {
+        case 1:
+            done = run(std::integral_constant<unsigned, 1>{});
+            break;
+        case 2:
+            done = run(std::integral_constant<unsigned, 2>{});
+            break;
+        case 3:
+            done = run(std::integral_constant<unsigned, 3>{});
+            break;
+        default:
+            done = run(std::integral_constant<unsigned, 4>{});
+            break;
+    }
+    if (!done) return false;
+    image = target.finish();
+    return true;
+}
+
+}  // namespace vivark
