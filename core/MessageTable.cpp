@@ -133,6 +133,13 @@ constexpr MessageEntry kMessages[] = {
     {11243, "Missing colormap"},
     {11244, "Unknown palette file format"},
     {11245, "Invalid palette data"},
+    {11250, "Filter dimensions must be odd (Filter has dimensions %ux%u)"},
+    {11251, "Filter too large (Filter has dimensions %ux%u)"},
+    {11252, "Divisor must not be zero"},
+    {11253, "No filter name specified"},
+    {11254, "Filter weights, divisor and bias must be whole numbers from -9999 to 9999"},
+    {11255, "The crop rectangle lies outside the image"},
+    {11256, "The resolution must be a positive number"},
     {11258, "Image dimension exceeds maximum supported size"},
 };
 

@@ -11,10 +11,12 @@ void registerSettings(CLI::App&, CommandContext&,
 void registerFormats(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerJpegTransform(CLI::App&, CommandContext&,
                            std::vector<std::pair<CLI::App*, CommandAction>>&);
+void registerPalette(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 
 const std::vector<CommandRegistration>& commandRegistry() {
     static const std::vector<CommandRegistration> registry = {
-        registerInfo, registerConvert, registerSettings, registerJpegTransform, registerFormats,
+        registerInfo,          registerConvert, registerSettings,
+        registerJpegTransform, registerPalette, registerFormats,
     };
     return registry;
 }

@@ -1,0 +1,88 @@
+// Black and white, grey scale, deep colour and indexed colour as operations.
+#include "ops/ColourDepth.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "core/RowOps.h"
+#include "ops/LumaTransform.h"
+#include "ops/SourceRows.h"
+
+namespace vivark {
+namespace {
+
+inline unsigned lumaOf(const uint8_t* bgr) {
+    const auto& y = kLumaTables.steps[0];
+    return static_cast<unsigned>(std::min((y[0][bgr[0]] + y[1][bgr[1]] + y[2][bgr[2]]) >> 16, 255));
+}
+
+void keepSecondPlane(const Image& source, Image& result) {
+    result.secondPlane = source.secondPlane;
+    result.secondPlaneKind = source.secondPlaneKind;
+}
+
+}  // namespace
+
+OpResult toBlackAndWhite(const Image& image, const BlackWhite& p, ProgressCallback* progress,
+                         const Limits& limits) {
+    const unsigned threshold = static_cast<unsigned>(std::clamp(p.threshold, 0, 256));
+    const uint32_t width = image.width(), height = image.height();
+    Image result = resultLike(image, width, height, 1, limits);
+    result.setGreyPalette(1);
+    keepSecondPlane(image, result);
+    SourceRows rows(image);
+    std::vector<uint8_t> indices(width);
+    for (uint32_t y = 0; y < height; ++y) {
+        const uint8_t* bgr = rows.row(y);
+        for (uint32_t x = 0; x < width; ++x, bgr += 3) indices[x] = lumaOf(bgr) >= threshold;
+        packIndices(indices.data(), result.plane.mutableRow(y), width, 1);
+        if (progressCancelled(progress, y + 1, height)) return std::nullopt;
+    }
+    return result;
+}
+
+OpResult toGreyscale(const Image& image, const Greyscale&, ProgressCallback* progress,
+                     const Limits& limits) {
+    const uint32_t width = image.width(), height = image.height();
+    Image result = resultLike(image, width, height, 8, limits);
+    result.setGreyPalette();
+    keepSecondPlane(image, result);
+    SourceRows rows(image);
+    for (uint32_t y = 0; y < height; ++y) {
+        const uint8_t* bgr = rows.row(y);
+        uint8_t* out = result.plane.mutableRow(y);
+        for (uint32_t x = 0; x < width; ++x, bgr += 3) out[x] = static_cast<uint8_t>(lumaOf(bgr));
+        if (progressCancelled(progress, y + 1, height)) return std::nullopt;
+    }
+    return result;
+}
+
+OpResult toDeepColour(const Image& image, const DeepColour&, ProgressCallback* progress,
+                      const Limits& limits) {
+    const uint32_t width = image.width(), height = image.height();
+    if (image.bitsPerPixel() == 24) {
+        checkResultSize(width, height, 24, limits);
+        if (progressCancelled(progress, height, height)) return std::nullopt;
+        return image;
+    }
+    Image result = resultLike(image, width, height, 24, limits);
+    keepSecondPlane(image, result);
+    SourceRows rows(image);
+    for (uint32_t y = 0; y < height; ++y) {
+        if (width != 0) std::memcpy(result.plane.mutableRow(y), rows.row(y), size_t{width} * 3);
+        if (progressCancelled(progress, y + 1, height)) return std::nullopt;
+    }
+    return result;
+}
+
+OpResult toIndexedColour(const Image& image, const IndexedColour& p, ProgressCallback* progress,
+                         const Limits& limits) {
+    checkResultSize(image.width(), image.height(), 8, limits);
+    Image result = image;
+    const uint32_t colours = std::clamp<uint32_t>(p.colours, 2, 256);
+    if (!reduceColours(result, colours, p.paletteType, p.ditherType, progress)) return std::nullopt;
+    return result;
+}
+
+}  // namespace vivark
