@@ -50,13 +50,14 @@ bool turnPlane(Access, const PixelPlane& source, PixelPlane& destination, bool c
     return true;
 }
 
-bool turn(Image& image, bool clockwise, ProgressCallback* progress, const Limits& limits) {
-    if (image.plane.empty()) return true;
-    const bool second = !image.secondPlane.empty() &&
-                        image.secondPlane.width() == image.width() &&
+OpResult turn(const Image& image, bool clockwise, ProgressCallback* progress,
+              const Limits& limits) {
+    if (image.plane.empty()) return image;
+    const bool second = !image.secondPlane.empty() && image.secondPlane.width() == image.width() &&
                         image.secondPlane.height() == image.height();
     checkResultSize(image.height(), image.width(), image.bitsPerPixel(), limits);
-    if (second) checkResultSize(image.height(), image.width(), image.secondPlane.bitsPerPixel(), limits);
+    if (second)
+        checkResultSize(image.height(), image.width(), image.secondPlane.bitsPerPixel(), limits);
     Image result = image;
     result.plane = PixelPlane(image.height(), image.width(), image.bitsPerPixel(), true);
     result.plane.factorX = image.plane.factorY;
@@ -64,7 +65,7 @@ bool turn(Image& image, bool clockwise, ProgressCallback* progress, const Limits
     const bool done = withDepth(image.bitsPerPixel(), [&](auto access) {
         return turnPlane(access, image.plane, result.plane, clockwise, progress);
     });
-    if (!done) return false;
+    if (!done) return std::nullopt;
     if (second) {
         result.secondPlane =
             PixelPlane(image.height(), image.width(), image.secondPlane.bitsPerPixel(), true);
@@ -77,14 +78,14 @@ bool turn(Image& image, bool clockwise, ProgressCallback* progress, const Limits
     }
     std::swap(result.resolution.x, result.resolution.y);
     std::swap(result.scaleX, result.scaleY);
-    image = std::move(result);
-    return true;
+    return result;
 }
 
 }  // namespace
 
-bool mirror(Image& image, bool flipRows, bool mirrorRows, ProgressCallback* progress) {
-    if (image.plane.empty() || (!flipRows && !mirrorRows)) return true;
+OpResult mirror(const Image& image, const MirrorRequest& request, ProgressCallback* progress) {
+    const bool flipRows = request.flipRows, mirrorRows = request.mirrorRows;
+    if (image.plane.empty() || (!flipRows && !mirrorRows)) return image;
     Image result = image;
     result.plane = PixelPlane(image.width(), image.height(), image.bitsPerPixel(), true);
     result.plane.factorX = image.plane.factorX;
@@ -92,27 +93,25 @@ bool mirror(Image& image, bool flipRows, bool mirrorRows, ProgressCallback* prog
     const bool done = withDepth(image.bitsPerPixel(), [&](auto access) {
         return mirrorPlane(access, image.plane, result.plane, flipRows, mirrorRows, progress);
     });
-    if (!done) return false;
-    const bool second = !image.secondPlane.empty() &&
-                        image.secondPlane.width() == image.width() &&
+    if (!done) return std::nullopt;
+    const bool second = !image.secondPlane.empty() && image.secondPlane.width() == image.width() &&
                         image.secondPlane.height() == image.height();
     if (second) {
-        result.secondPlane = PixelPlane(image.width(), image.height(),
-                                        image.secondPlane.bitsPerPixel(), true);
+        result.secondPlane =
+            PixelPlane(image.width(), image.height(), image.secondPlane.bitsPerPixel(), true);
         withDepth(image.secondPlane.bitsPerPixel(), [&](auto access) {
             return mirrorPlane(access, image.secondPlane, result.secondPlane, flipRows, mirrorRows,
                                nullptr);
         });
     }
-    image = std::move(result);
-    return true;
+    return result;
 }
 
-bool turnClockwise(Image& image, ProgressCallback* progress, const Limits& limits) {
+OpResult turnClockwise(const Image& image, ProgressCallback* progress, const Limits& limits) {
     return turn(image, true, progress, limits);
 }
 
-bool turnAnticlockwise(Image& image, ProgressCallback* progress, const Limits& limits) {
+OpResult turnAnticlockwise(const Image& image, ProgressCallback* progress, const Limits& limits) {
     return turn(image, false, progress, limits);
 }
 

@@ -35,14 +35,6 @@ ResampleFormat resampleFormatOf(const Image& image) {
     return format;
 }
 
-void checkResultSize(uint64_t width, uint64_t height, uint32_t bitsPerPixel,
-                     const Limits& limits) {
-    if (width > UINT32_MAX || height > UINT32_MAX ||
-        !limits.allows(uint32_t(width), uint32_t(height), bitsPerPixel) ||
-        PixelPlane::strideFor(uint32_t(width), bitsPerPixel) * height >= PixelPlane::kSizeLimit)
-        throw IMAGEERROR::TooLarge;
-}
-
 void fillSamples(Colour fill, const ResampleFormat& format, uint8_t* samples) {
     unsigned n = 0;
     if (format.grey) {
@@ -130,8 +122,7 @@ ResampleTarget::ResampleTarget(const Image& source, uint32_t width, uint32_t hei
     }
 }
 
-Surface ResampleTarget::region(uint32_t left, uint32_t top, uint32_t width,
-                               uint32_t height) const {
+Surface ResampleTarget::region(uint32_t left, uint32_t top, uint32_t width, uint32_t height) const {
     Surface part = surface_;
     part.row0 = surface_.row(top) + size_t{left} * format_.channels;
     part.width = width;

@@ -9,8 +9,8 @@
 // back after, so transparent pixels lend no colour to their neighbours. Any
 // other second plane, and a transparent index, do not survive resampling.
 //
-// Sizes of a result are checked in 64 bits against Limits before anything is
-// allocated: IMAGEERROR::TooLarge.
+// Sizes of a result are checked against Limits before anything is allocated
+// (Operation.h): IMAGEERROR::TooLarge.
 #pragma once
 
 #include <cstdint>
@@ -18,6 +18,7 @@
 
 #include "core/Image.h"
 #include "core/Limits.h"
+#include "ops/Operation.h"
 #include "ops/ScaleEngine.h"
 
 namespace vivark {
@@ -29,10 +30,6 @@ struct ResampleFormat {
 };
 
 ResampleFormat resampleFormatOf(const Image& image);
-
-// Throws IMAGEERROR::TooLarge unless a width x height image of the given depth
-// fits `limits` and an Image.
-void checkResultSize(uint64_t width, uint64_t height, uint32_t bitsPerPixel, const Limits& limits);
 
 // The fill colour as interleaved samples of `format` (opaque where there is alpha).
 void fillSamples(Colour fill, const ResampleFormat& format, uint8_t* samples);

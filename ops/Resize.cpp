@@ -19,8 +19,8 @@ void scaleResolution(Image& result, const Image& source, const ResizePlacement& 
 
 // The palette entry nearest to `fill` among the valid ones.
 uint32_t nearestEntry(const Image& image, Colour fill) {
-    const uint32_t count = std::min(image.paletteCount == 0 ? 256u : image.paletteCount,
-                                    1u << image.bitsPerPixel());
+    const uint32_t count =
+        std::min(image.paletteCount == 0 ? 256u : image.paletteCount, 1u << image.bitsPerPixel());
     uint32_t best = 0;
     int bestDistance = INT32_MAX;
     for (uint32_t i = 0; i < count; ++i) {
@@ -63,8 +63,7 @@ bool pointScale(Access, const PixelPlane& source, PixelPlane& destination,
 }
 
 bool pointScalePlane(const PixelPlane& source, PixelPlane& destination,
-                     const ResizePlacement& place, uint32_t fillValue,
-                     ProgressCallback* progress) {
+                     const ResizePlacement& place, uint32_t fillValue, ProgressCallback* progress) {
     return withDepth(source.bitsPerPixel(), [&](auto access) {
         return pointScale(access, source, destination, place, fillValue, progress);
     });
@@ -96,9 +95,9 @@ ResizePlacement placeContent(uint32_t sourceWidth, uint32_t sourceHeight,
     return place;
 }
 
-bool resizeResampled(Image& image, const ResizeRequest& request, ProgressCallback* progress,
-                     const Limits& limits) {
-    if (image.plane.empty()) return true;
+OpResult resizeResampled(const Image& image, const ResizeRequest& request,
+                         ProgressCallback* progress, const Limits& limits) {
+    if (image.plane.empty()) return image;
     const uint32_t boxWidth = std::max(request.width, 1u);
     const uint32_t boxHeight = std::max(request.height, 1u);
     const ResampleFormat format = resampleFormatOf(image);
@@ -119,21 +118,19 @@ bool resizeResampled(Image& image, const ResizeRequest& request, ProgressCallbac
     if (!scaleSurface(source.surface(),
                       target.region(place.left, place.top, place.width, place.height),
                       format.channels, FilterKind::Mitchell, FilterKind::Mitchell, progress))
-        return false;
+        return std::nullopt;
     Image result = target.finish();
     scaleResolution(result, image, place);
-    image = std::move(result);
-    return true;
+    return result;
 }
 
-bool resizePoint(Image& image, const ResizeRequest& request, ProgressCallback* progress,
-                 const Limits& limits) {
-    if (image.plane.empty()) return true;
+OpResult resizePoint(const Image& image, const ResizeRequest& request, ProgressCallback* progress,
+                     const Limits& limits) {
+    if (image.plane.empty()) return image;
     const uint32_t boxWidth = std::max(request.width, 1u);
     const uint32_t boxHeight = std::max(request.height, 1u);
     const ResizePlacement place = placeContent(image.width(), image.height(), request);
-    const bool second = !image.secondPlane.empty() &&
-                        image.secondPlane.width() == image.width() &&
+    const bool second = !image.secondPlane.empty() && image.secondPlane.width() == image.width() &&
                         image.secondPlane.height() == image.height();
     checkResultSize(boxWidth, boxHeight, image.bitsPerPixel(), limits);
     if (second) checkResultSize(boxWidth, boxHeight, image.secondPlane.bitsPerPixel(), limits);
@@ -144,19 +141,19 @@ bool resizePoint(Image& image, const ResizeRequest& request, ProgressCallback* p
     result.plane.factorY = image.plane.factorY;
     result.colourCount = 0;
     const uint32_t fill = image.hasPalette() ? nearestEntry(image, request.fill) : request.fill;
-    if (!pointScalePlane(image.plane, result.plane, place, fill, progress)) return false;
+    if (!pointScalePlane(image.plane, result.plane, place, fill, progress)) return std::nullopt;
     if (second) {
         // The margins are opaque: full alpha, or an AND mask of 0.
         const uint32_t opaque = image.secondPlaneKind == SecondPlane::Alpha ? 255 : 0;
-        result.secondPlane = PixelPlane(boxWidth, boxHeight, image.secondPlane.bitsPerPixel(), true);
+        result.secondPlane =
+            PixelPlane(boxWidth, boxHeight, image.secondPlane.bitsPerPixel(), true);
         pointScalePlane(image.secondPlane, result.secondPlane, place, opaque, nullptr);
     } else {
         result.secondPlane = PixelPlane();
         result.secondPlaneKind = SecondPlane::None;
     }
     scaleResolution(result, image, place);
-    image = std::move(result);
-    return true;
+    return result;
 }
 
 }  // namespace vivark

@@ -16,10 +16,9 @@
 // and second plane; its margins take the palette entry nearest the fill.
 // Both scale the image's resolution by the content's scale on each axis.
 //
-// Each builds the result beside the image and swaps it in only when
-// complete; progress is reported per row; a cancel returns false and leaves
-// the image untouched. A result beyond `limits` throws IMAGEERROR::TooLarge
-// before anything changes.
+// Each builds its result beside the source and returns it (Operation.h);
+// progress is reported per row; a cancel returns nothing. A result beyond
+// `limits` throws IMAGEERROR::TooLarge.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +26,7 @@
 #include "core/Image.h"
 #include "core/Limits.h"
 #include "core/Progress.h"
+#include "ops/Operation.h"
 
 namespace vivark {
 
@@ -58,9 +58,9 @@ struct ResizePlacement {
 ResizePlacement placeContent(uint32_t sourceWidth, uint32_t sourceHeight,
                              const ResizeRequest& request);
 
-bool resizeResampled(Image& image, const ResizeRequest& request,
+OpResult resizeResampled(const Image& image, const ResizeRequest& request,
+                         ProgressCallback* progress = nullptr, const Limits& limits = Limits{});
+OpResult resizePoint(const Image& image, const ResizeRequest& request,
                      ProgressCallback* progress = nullptr, const Limits& limits = Limits{});
-bool resizePoint(Image& image, const ResizeRequest& request, ProgressCallback* progress = nullptr,
-                 const Limits& limits = Limits{});
 
 }  // namespace vivark

@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "core/Errors.h"
 #include "ops/PixelAccess.h"
 #include "ops/ResampleFilter.h"
 #include "ops/ResampleImage.h"
@@ -29,6 +30,12 @@ SineCosine sineCosine(int32_t angle) {
     }
     const double radians = double(angle) / kAngleUnitsPerDegree * std::numbers::pi / 180.0;
     return {std::sin(radians), std::cos(radians)};
+}
+
+// The turned size as an Image size, checked against the limits.
+void checkTurnedSize(const RotatedSize& size, uint32_t bitsPerPixel, const Limits& limits) {
+    if (size.width > UINT32_MAX || size.height > UINT32_MAX) throw IMAGEERROR::TooLarge;
+    checkResultSize(uint32_t(size.width), uint32_t(size.height), bitsPerPixel, limits);
 }
 
 int64_t fixed(double value) {
@@ -58,9 +65,9 @@ bool rotatePlane(Access, const PixelPlane& source, PixelPlane& destination, Sine
         for (uint32_t j = 0; j < width; ++j) {
             const int64_t x = (columnX[j] - dx) >> 16, y = (columnY[j] + dy) >> 16;
             const bool inside = x >= 0 && x < w && y >= 0 && y < h;
-            Access::put(out, j,
-                        inside ? Access::get(sourceRows + size_t(y) * sourceStride, uint32_t(x))
-                               : outside);
+            Access::put(
+                out, j,
+                inside ? Access::get(sourceRows + size_t(y) * sourceStride, uint32_t(x)) : outside);
         }
         if (progressCancelled(progress, i + 1, height)) return false;
     }
@@ -138,9 +145,8 @@ bool rotateBicubic(const ConstSurface& source, const Surface& destination, SineC
                 int32_t across[Ch] = {};
                 for (unsigned k = 0; k < 4; ++k) {
                     const int64_t x = clampEdges ? std::clamp<int64_t>(ix + k, 0, w - 1) : ix + k;
-                    const uint8_t* p = (whole || (rowInside && x >= 0 && x < w))
-                                           ? row + size_t(x) * Ch
-                                           : fill;
+                    const uint8_t* p =
+                        (whole || (rowInside && x >= 0 && x < w)) ? row + size_t(x) * Ch : fill;
                     for (unsigned c = 0; c < Ch; ++c) across[c] += wx[k] * p[c];
                 }
                 for (unsigned c = 0; c < Ch; ++c) sum[c] += wy[r] * ((across[c] + 64) >> 7);
@@ -158,27 +164,28 @@ bool rotateBicubic(const ConstSurface& source, const Surface& destination, SineC
 RotatedSize rotatedSize(uint32_t width, uint32_t height, int32_t angle) {
     const SineCosine sc = sineCosine(angle);
     const double s = std::fabs(sc.s), c = std::fabs(sc.c);
-    return {uint64_t(std::ceil(height * s + width * c)), uint64_t(std::ceil(width * s + height * c))};
+    return {uint64_t(std::ceil(height * s + width * c)),
+            uint64_t(std::ceil(width * s + height * c))};
 }
 
-bool rotatePoint(Image& image, int32_t angle, ProgressCallback* progress, const Limits& limits) {
-    if (image.plane.empty()) return true;
-    const SineCosine sc = sineCosine(angle);
-    const RotatedSize size = rotatedSize(image.width(), image.height(), angle);
-    const bool second = !image.secondPlane.empty() &&
-                        image.secondPlane.width() == image.width() &&
+OpResult rotatePoint(const Image& image, const RotateRequest& request, ProgressCallback* progress,
+                     const Limits& limits) {
+    if (image.plane.empty()) return image;
+    const SineCosine sc = sineCosine(request.angle);
+    const RotatedSize size = rotatedSize(image.width(), image.height(), request.angle);
+    const bool second = !image.secondPlane.empty() && image.secondPlane.width() == image.width() &&
                         image.secondPlane.height() == image.height();
-    checkResultSize(size.width, size.height, image.bitsPerPixel(), limits);
-    if (second) checkResultSize(size.width, size.height, image.secondPlane.bitsPerPixel(), limits);
+    checkTurnedSize(size, image.bitsPerPixel(), limits);
+    if (second) checkTurnedSize(size, image.secondPlane.bitsPerPixel(), limits);
 
     Image result = image;
-    result.plane = PixelPlane(uint32_t(size.width), uint32_t(size.height), image.bitsPerPixel(),
-                              true);
+    result.plane =
+        PixelPlane(uint32_t(size.width), uint32_t(size.height), image.bitsPerPixel(), true);
     result.colourCount = 0;
     const bool done = withDepth(image.bitsPerPixel(), [&](auto access) {
         return rotatePlane(access, image.plane, result.plane, sc, 0, progress);
     });
-    if (!done) return false;
+    if (!done) return std::nullopt;
     if (second) {
         // Outside the picture: transparent alpha, or an AND mask of 1.
         const uint32_t clear = image.secondPlaneKind == SecondPlane::AndMask ? 1 : 0;
@@ -191,13 +198,12 @@ bool rotatePoint(Image& image, int32_t angle, ProgressCallback* progress, const 
         result.secondPlane = PixelPlane();
         result.secondPlaneKind = SecondPlane::None;
     }
-    image = std::move(result);
-    return true;
+    return result;
 }
 
-bool rotateResampled(Image& image, const RotateRequest& request, ProgressCallback* progress,
-                     const Limits& limits) {
-    if (image.plane.empty()) return true;
+OpResult rotateResampled(const Image& image, const RotateRequest& request,
+                         ProgressCallback* progress, const Limits& limits) {
+    if (image.plane.empty()) return image;
     const SineCosine sc = sineCosine(request.angle);
     RotatedSize size = rotatedSize(image.width(), image.height(), request.angle);
     if (request.cropInside) {
@@ -206,6 +212,7 @@ bool rotateResampled(Image& image, const RotateRequest& request, ProgressCallbac
                 std::max<uint64_t>(1, uint64_t(height + 1e-9))};
     }
     const ResampleFormat format = resampleFormatOf(image);
+    checkTurnedSize(size, 8, limits);
     ResampleTarget target(image, uint32_t(size.width), uint32_t(size.height), format, limits);
     const ResampleSource source(image, format);
     uint8_t fill[4];
@@ -229,9 +236,8 @@ bool rotateResampled(Image& image, const RotateRequest& request, ProgressCallbac
             done = run(std::integral_constant<unsigned, 4>{});
             break;
     }
-    if (!done) return false;
-    image = target.finish();
-    return true;
+    if (!done) return std::nullopt;
+    return target.finish();
 }
 
 }  // namespace vivark

@@ -20,9 +20,9 @@
 // lies wholly inside the turned picture, about the same centre, so no
 // corner shows.
 //
-// Both build the result beside the image and swap it in only when complete;
-// progress per output row; a cancel returns false with the image untouched;
-// a result beyond `limits` throws IMAGEERROR::TooLarge.
+// Both build their result beside the source and return it (Operation.h);
+// progress per output row; a cancel returns nothing; a result beyond
+// `limits` throws IMAGEERROR::TooLarge.
 #pragma once
 
 #include <cstdint>
@@ -30,14 +30,15 @@
 #include "core/Image.h"
 #include "core/Limits.h"
 #include "core/Progress.h"
+#include "ops/Operation.h"
 
 namespace vivark {
 
 constexpr int32_t kAngleUnitsPerDegree = 65536;
 
 struct RotateRequest {
-    int32_t angle = 0;  // 1/65536 degree
-    Colour fill = 0;    // 0x00RRGGBB, resampled path only
+    int32_t angle = 0;        // 1/65536 degree
+    Colour fill = 0;          // 0x00RRGGBB, resampled path only
     bool cropInside = false;  // resampled path only
 };
 
@@ -48,9 +49,9 @@ struct RotatedSize {
 };
 RotatedSize rotatedSize(uint32_t width, uint32_t height, int32_t angle);
 
-bool rotatePoint(Image& image, int32_t angle, ProgressCallback* progress = nullptr,
-                 const Limits& limits = Limits{});
-bool rotateResampled(Image& image, const RotateRequest& request,
+OpResult rotatePoint(const Image& image, const RotateRequest& request,
                      ProgressCallback* progress = nullptr, const Limits& limits = Limits{});
+OpResult rotateResampled(const Image& image, const RotateRequest& request,
+                         ProgressCallback* progress = nullptr, const Limits& limits = Limits{});
 
 }  // namespace vivark

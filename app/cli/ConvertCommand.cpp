@@ -168,8 +168,13 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
         settings.ditherType = uint32_t(saveOptions.integer(saveKey::DitherType));
         ProgressBar working(options.input);
         settings.progress = &working;
-        if (!applyOperations(image, options.operations.steps(), settings)) {
-            reportError(context.err, options.input, "interrupted; nothing was written");
+        try {
+            if (!applyOperations(image, options.operations.steps(), settings)) {
+                reportError(context.err, options.input, "interrupted; nothing was written");
+                return kFailure;
+            }
+        } catch (const OperationFailure& failure) {
+            reportError(context.err, options.input, failure.text);
             return kFailure;
         }
         working.done();

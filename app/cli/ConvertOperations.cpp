@@ -7,11 +7,21 @@
 #include <charconv>
 #include <cmath>
 #include <map>
+#include <variant>
 
+#include "core/ErrorMapping.h"
+#include "core/Errors.h"
+#include "ops/ColourAdjust.h"
+#include "ops/ColourDepth.h"
 #include "ops/ColourReduce.h"
+#include "ops/Convolution.h"
+#include "ops/Crop.h"
+#include "ops/FilterFile.h"
 #include "ops/Mirror.h"
+#include "ops/PaletteFile.h"
 #include "ops/Resize.h"
 #include "ops/Rotate.h"
+#include "ops/SetResolution.h"
 
 namespace vivark::cli {
 namespace {
@@ -23,6 +33,23 @@ std::optional<T> number(std::string_view text) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
     return value;
+}
+
+// Comma-separated numbers, exactly `count` of them unless `optional` more
+// may be missing from the end.
+template <class T>
+std::optional<std::vector<T>> numbers(std::string_view text, size_t count, size_t optional = 0) {
+    std::vector<T> values;
+    for (;;) {
+        const size_t comma = text.find(',');
+        const auto value = number<T>(text.substr(0, comma));
+        if (!value) return std::nullopt;
+        values.push_back(*value);
+        if (comma == std::string_view::npos) break;
+        text.remove_prefix(comma + 1);
+    }
+    if (values.size() > count || values.size() + optional < count) return std::nullopt;
+    return values;
 }
 
 // "WxH" in pixels, or "N%" of the image's size.
@@ -61,24 +88,97 @@ std::optional<int32_t> parseAngle(const std::string& text) {
     return int32_t(std::lround(*degrees * kAngleUnitsPerDegree));
 }
 
+// "X[,Y][:dpi|:dpcm]".
+std::optional<ResolutionSetting> parseResolution(const std::string& text) {
+    ResolutionSetting setting;
+    std::string_view values = text;
+    const size_t colon = values.find(':');
+    if (colon != std::string_view::npos) {
+        const std::string_view unit = values.substr(colon + 1);
+        if (unit == "dpcm")
+            setting.unit = ResolutionSetting::Unit::Metric;
+        else if (unit != "dpi")
+            return std::nullopt;
+        values = values.substr(0, colon);
+    }
+    const auto both = numbers<double>(values, 2, 1);
+    if (!both) return std::nullopt;
+    for (const double value : *both)
+        if (!std::isfinite(value) || !(value > 0) || value > 1e7) return std::nullopt;
+    setting.horizontal = (*both)[0];
+    setting.vertical = both->size() > 1 ? (*both)[1] : 0.0;
+    return setting;
+}
+
+std::optional<CropRectangle> parseCrop(const std::string& text) {
+    const auto values = numbers<int64_t>(text, 4);
+    if (!values || (*values)[2] <= 0 || (*values)[3] <= 0) return std::nullopt;
+    return CropRectangle{(*values)[0], (*values)[1], (*values)[2], (*values)[3]};
+}
+
+std::optional<RgbBalance> parseRgb(const std::string& text) {
+    const auto values = numbers<int32_t>(text, 3);
+    if (!values) return std::nullopt;
+    for (const int32_t value : *values)
+        if (value < -100 || value > 100) return std::nullopt;
+    return RgbBalance{(*values)[0], (*values)[1], (*values)[2]};
+}
+
+std::optional<double> parseGamma(const std::string& text) {
+    const auto gamma = number<double>(text);
+    if (!gamma || !(*gamma >= 0.05) || *gamma > 20) return std::nullopt;
+    return gamma;
+}
+
+std::string wrong(const char* expected, const std::string& text) {
+    return std::string("expected ") + expected + " (got '" + text + "')";
+}
+
 std::string checkSize(const std::string& text) {
-    return parseSize(text) ? "" : "expected WIDTHxHEIGHT in pixels or N% (got '" + text + "')";
+    return parseSize(text) ? "" : wrong("WIDTHxHEIGHT in pixels or N%", text);
 }
 std::string checkAngle(const std::string& text) {
-    return parseAngle(text) ? "" : "expected degrees within +-32767 (got '" + text + "')";
+    return parseAngle(text) ? "" : wrong("degrees within +-32767", text);
 }
 std::string checkTurn(const std::string& text) {
-    return text == "cw" || text == "ccw" || text == "180" ? ""
-                                                          : "expected cw, ccw or 180 (got '" +
-                                                                text + "')";
+    return text == "cw" || text == "ccw" || text == "180" ? "" : wrong("cw, ccw or 180", text);
 }
-std::string checkColourCount(const std::string& text) {
-    const auto count = number<uint32_t>(text);
-    return count && *count >= 2 && *count <= 256 ? ""
-                                                 : "expected 2..256 colours (got '" + text + "')";
+template <int32_t Low, int32_t High>
+std::string checkInteger(const std::string& text) {
+    const auto value = number<int32_t>(text);
+    if (value && *value >= Low && *value <= High) return "";
+    return wrong(
+        ("a whole number from " + std::to_string(Low) + " to " + std::to_string(High)).c_str(),
+        text);
+}
+std::string checkRgb(const std::string& text) {
+    return parseRgb(text) ? "" : wrong("R,G,B, each from -100 to 100", text);
+}
+std::string checkGamma(const std::string& text) {
+    return parseGamma(text) ? "" : wrong("a gamma from 0.05 to 20", text);
+}
+std::string checkCrop(const std::string& text) {
+    return parseCrop(text) ? "" : wrong("LEFT,BOTTOM,WIDTH,HEIGHT with a positive size", text);
+}
+std::string checkResolution(const std::string& text) {
+    return parseResolution(text) ? "" : wrong("X[,Y][:dpi|:dpcm], positive", text);
+}
+std::string checkFile(const std::string& text) {
+    return text.empty() ? "expected a file name" : "";
 }
 std::string noArgument(const std::string&) {
     return "";
+}
+
+int32_t integer(const std::string& text) {
+    return *number<int32_t>(text);
+}
+
+// Takes a finished result; false when the step was cancelled.
+bool take(Image& image, OpResult result) {
+    if (!result) return false;
+    image = std::move(*result);
+    return true;
 }
 
 Colour fillOf(const OperationSettings& settings) {
@@ -109,28 +209,20 @@ bool applyResize(Image& image, const std::string& argument, OperationSettings& s
             request = {place.width, place.height, 0, request.fill};
         }
     }
-    return settings.point ? resizePoint(image, request, settings.progress)
-                          : resizeResampled(image, request, settings.progress);
+    return take(image, settings.point ? resizePoint(image, request, settings.progress)
+                                      : resizeResampled(image, request, settings.progress));
 }
 
 bool applyRotate(Image& image, const std::string& argument, OperationSettings& settings) {
-    const int32_t angle = *parseAngle(argument);
-    if (settings.point) return rotatePoint(image, angle, settings.progress);
-    return rotateResampled(image, {angle, fillOf(settings), false}, settings.progress);
-}
-
-bool applyMirror(Image& image, const std::string&, OperationSettings& settings) {
-    return mirror(image, false, true, settings.progress);
-}
-
-bool applyFlip(Image& image, const std::string&, OperationSettings& settings) {
-    return mirror(image, true, false, settings.progress);
+    const RotateRequest request{*parseAngle(argument), fillOf(settings), false};
+    return take(image, settings.point ? rotatePoint(image, request, settings.progress)
+                                      : rotateResampled(image, request, settings.progress));
 }
 
 bool applyTurn(Image& image, const std::string& argument, OperationSettings& settings) {
-    if (argument == "cw") return turnClockwise(image, settings.progress);
-    if (argument == "ccw") return turnAnticlockwise(image, settings.progress);
-    return mirror(image, true, true, settings.progress);
+    if (argument == "cw") return take(image, turnClockwise(image, settings.progress));
+    if (argument == "ccw") return take(image, turnAnticlockwise(image, settings.progress));
+    return take(image, mirror(image, {true, true}, settings.progress));
 }
 
 bool applyColours(Image& image, const std::string& argument, OperationSettings& settings) {
@@ -141,12 +233,21 @@ bool applyColours(Image& image, const std::string& argument, OperationSettings& 
     return true;
 }
 
+bool applyFilterFile(Image& image, const std::string& argument, OperationSettings& settings) {
+    const auto filter = loadFilterFile(argument);
+    if (const auto* failure = std::get_if<FilterFailure>(&filter))
+        throw OperationFailure{argument + ": " + filterFailureText(*failure)};
+    return take(image, convolve(image, std::get<ConvolutionFilter>(filter), settings.progress));
+}
+
+using Settings = OperationSettings;
+
 }  // namespace
 
 std::optional<Colour> parseColour(const std::string& text) {
     static const std::map<std::string, Colour> kWords = {
-        {"black", rgb(0, 0, 0)},       {"white", rgb(255, 255, 255)}, {"grey", rgb(128, 128, 128)},
-        {"gray", rgb(128, 128, 128)},  {"red", rgb(255, 0, 0)},       {"green", rgb(0, 128, 0)},
+        {"black", rgb(0, 0, 0)},      {"white", rgb(255, 255, 255)}, {"grey", rgb(128, 128, 128)},
+        {"gray", rgb(128, 128, 128)}, {"red", rgb(255, 0, 0)},       {"green", rgb(0, 128, 0)},
         {"blue", rgb(0, 0, 255)},
     };
     if (const auto word = kWords.find(text); word != kWords.end()) return word->second;
@@ -171,12 +272,90 @@ const std::vector<OperationEntry>& operationTable() {
          checkSize, applyResize},
         {"--rotate", "DEG", "Rotate clockwise by DEG degrees (corners in --fill); see --point",
          checkAngle, applyRotate},
-        {"--mirror", nullptr, "Mirror left to right", noArgument, applyMirror},
-        {"--flip", nullptr, "Flip top to bottom", noArgument, applyFlip},
+        {"--mirror", nullptr, "Mirror left to right", noArgument,
+         [](Image& i, const std::string&, Settings& s) {
+             return take(i, mirror(i, {false, true}, s.progress));
+         }},
+        {"--flip", nullptr, "Flip top to bottom", noArgument,
+         [](Image& i, const std::string&, Settings& s) {
+             return take(i, mirror(i, {true, false}, s.progress));
+         }},
         {"--turn", "cw|ccw|180", "Turn by a quarter clockwise or anticlockwise, or by a half",
          checkTurn, applyTurn},
+        {"--crop", "L,B,W,H",
+         "Keep the rectangle WxH whose bottom-left corner is L pixels from the left and B "
+         "from the bottom",
+         checkCrop,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, crop(i, *parseCrop(a), s.progress));
+         }},
+        {"--brightness", "N", "Brightness, -100..100 percent", checkInteger<-100, 100>,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, adjustBrightnessContrastColour(i, {integer(a), 0, 0}, s.progress));
+         }},
+        {"--contrast", "N", "Contrast, -100..100 percent", checkInteger<-100, 100>,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, adjustBrightnessContrastColour(i, {0, integer(a), 0}, s.progress));
+         }},
+        {"--color", "N", "Colour warmth, -100 (cool) ..100 (warm) percent", checkInteger<-100, 100>,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, adjustBrightnessContrastColour(i, {0, 0, integer(a)}, s.progress));
+         }},
+        {"--rgb", "R,G,B", "Shift red, green and blue, each -100..100 percent", checkRgb,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, adjustRgbBalance(i, *parseRgb(a), s.progress));
+         }},
+        {"--gamma", "G", "Gamma correction, 0.05..20", checkGamma,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, adjustGamma(i, {*parseGamma(a)}, s.progress));
+         }},
+        {"--negative", nullptr, "Invert every colour", noArgument,
+         [](Image& i, const std::string&, Settings& s) {
+             return take(i, negative(i, {}, s.progress));
+         }},
+        {"--solarize", "T", "Invert the levels below T (0..256)", checkInteger<0, 256>,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, solarize(i, {integer(a)}, s.progress));
+         }},
+        {"--bw", "T", "Black and white: white where the luminance is T (0..256) or more",
+         checkInteger<0, 256>,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, toBlackAndWhite(i, {integer(a)}, s.progress));
+         }},
+        {"--grey", nullptr, "Greyscale: 256 grey levels", noArgument,
+         [](Image& i, const std::string&, Settings& s) {
+             return take(i, toGreyscale(i, {}, s.progress));
+         }},
+        {"--deep-color", nullptr, "Deep colour: 24 bits a pixel", noArgument,
+         [](Image& i, const std::string&, Settings& s) {
+             return take(i, toDeepColour(i, {}, s.progress));
+         }},
         {"--colors", "N", "Reduce to at most N colours (2..256); see --palette, --dither",
-         checkColourCount, applyColours},
+         checkInteger<2, 256>, applyColours},
+        {"--palette-file", "FILE.pal", "Take the colours of a JASC or Vivark palette file",
+         checkFile,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, applyPalette(i, {readPaletteFile(a)}, s.progress));
+         }},
+        {"--blur", "S", "Blur, strength 1..100", checkInteger<1, 100>,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, blur(i, {integer(a)}, s.progress));
+         }},
+        {"--soften", "S", "Soften, strength 1..100", checkInteger<1, 100>,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, soften(i, {integer(a)}, s.progress));
+         }},
+        {"--sharpen", "S", "Sharpen, strength 1..100", checkInteger<1, 100>,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, sharpen(i, {integer(a)}, s.progress));
+         }},
+        {"--filter", "FILE", "Apply the convolution filter of a filter file", checkFile,
+         applyFilterFile},
+        {"--resolution", "X[,Y][:dpi|:dpcm]",
+         "State the resolution in dots per inch (the default) or per centimetre", checkResolution,
+         [](Image& i, const std::string& a, Settings& s) {
+             return take(i, setResolution(i, *parseResolution(a), s.progress));
+         }},
     };
     return kTable;
 }
@@ -201,8 +380,9 @@ void OperationOptions::add(CLI::App& command, OperationSettings& settings) {
         ->group(group);
     auto* stretch =
         command.add_flag("--stretch", settings.stretch, "--resize to exactly WxH")->group(group);
-    command.add_flag("--proportional{false}", settings.stretch,
-                     "--resize keeping the aspect ratio, inside WxH (the default)")
+    command
+        .add_flag("--proportional{false}", settings.stretch,
+                  "--resize keeping the aspect ratio, inside WxH (the default)")
         ->group(group)
         ->excludes(stretch);
     command
@@ -240,8 +420,29 @@ std::vector<OperationStep> OperationOptions::steps() const {
 
 bool applyOperations(Image& image, const std::vector<OperationStep>& steps,
                      OperationSettings& settings) {
-    for (const OperationStep& step : steps)
-        if (!step.entry->apply(image, step.argument, settings)) return false;
+    for (const OperationStep& step : steps) {
+        const std::string option = step.entry->option;
+        const auto fail = [&](MessageId id) {
+            return OperationFailure{option + ": " + formatMessage(id, step.argument)};
+        };
+        try {
+            if (!step.entry->apply(image, step.argument, settings)) return false;
+        } catch (const OperationFailure& failure) {
+            throw OperationFailure{option + ": " + failure.text};
+        } catch (OPERROR error) {
+            throw fail(messageOf(error));
+        } catch (FILTERERROR error) {
+            throw fail(messageOf(error));
+        } catch (IMAGEERROR) {
+            throw;
+        } catch (...) {
+            // A palette or filter file that cannot be read.
+            const std::optional<MessageId> id = coreLoadMessage();
+            if (!id || *id == msg::None) throw;
+            throw OperationFailure{option + " " + step.argument + ": " +
+                                   formatMessage(*id, step.argument)};
+        }
+    }
     return true;
 }
 

@@ -4,7 +4,10 @@
 // command line, each as often as it was given; adding an operation is adding
 // one entry.
 //
-// A few options are settings of the run rather than steps: --point makes
+// A step that cannot run (a crop outside the picture, a filter or palette
+// file that cannot be read) throws OperationFailure with the option and the
+// message in the system's words. A few options are settings of the run
+// rather than steps: --point makes
 // --resize and --rotate point-sampled; --stretch, --proportional and
 // --letterbox choose how --resize treats the box; --fill is the colour of
 // letterbox margins and of the corners of a resampled rotation; --palette
@@ -23,7 +26,7 @@
 namespace CLI {
 class App;
 class Option;
-}
+}  // namespace CLI
 
 namespace vivark::cli {
 
@@ -73,8 +76,14 @@ class OperationOptions {
     std::vector<std::pair<const CLI::Option*, const OperationEntry*>> options_;
 };
 
+// Why a step could not run: "--crop: The crop rectangle lies outside the image".
+struct OperationFailure {
+    std::string text;
+};
+
 // Runs the steps over `image`; false when cancelled (the image then holds
-// the result of the steps before). Throws what the operations throw.
+// the result of the steps before). Throws OperationFailure, and
+// IMAGEERROR::TooLarge and std::bad_alloc as the operations do.
 bool applyOperations(Image& image, const std::vector<OperationStep>& steps,
                      OperationSettings& settings);
 
