@@ -109,50 +109,77 @@ std::array<Taps, 257> bicubicTable() {
     return table;
 }
 
+// The 4 x 4 sum around source pixel (ix, iy) (the second tap of each axis);
+// `at` yields the address of a tap's pixel.
+template <unsigned Ch, class At>
+inline void bicubicPixel(const Taps& wx, const Taps& wy, At at, uint8_t* pixel) {
+    int32_t sum[Ch] = {};
+    for (unsigned r = 0; r < 4; ++r) {
+        int32_t across[Ch] = {};
+        for (unsigned k = 0; k < 4; ++k) {
+            const uint8_t* p = at(k, r);
+            for (unsigned c = 0; c < Ch; ++c) across[c] += wx[k] * p[c];
+        }
+        for (unsigned c = 0; c < Ch; ++c) sum[c] += wy[r] * ((across[c] + 64) >> 7);
+    }
+    for (unsigned c = 0; c < Ch; ++c)
+        pixel[c] = uint8_t(std::clamp((sum[c] + (1 << 20)) >> 21, 0, 255));
+}
+
 // Samples beyond the source's edge are the fill colour, so the turned edge
 // blends into the corners; with clampEdges (an inner crop, where no corner
-// shows) they repeat the edge instead, so no fill leaks in.
+// shows) they repeat the edge instead, so no fill leaks in. Source positions
+// step along each output row in 32.32 fixed point; the fraction's top eight
+// bits (rounded) choose the weights.
 template <unsigned Ch>
 bool rotateBicubic(const ConstSurface& source, const Surface& destination, SineCosine sc,
                    const uint8_t* fill, bool clampEdges, ProgressCallback* progress) {
     static const std::array<Taps, 257> kTable = bicubicTable();
+    constexpr double kOne = 4294967296.0;  // 1 in 32.32
     const int64_t w = source.width, h = source.height;
     const double halfWidth = destination.width / 2.0, halfHeight = destination.height / 2.0;
+    const int64_t stepX = std::llround(sc.c * kOne), stepY = std::llround(-sc.s * kOne);
     for (uint32_t yp = 0; yp < destination.height; ++yp) {
         // In picture coordinates (y down) the clockwise turn of the storage
         // walk maps an offset (u, v) from the centre to (u c + v s, -u s + v c).
-        const double v = yp + 0.5 - halfHeight;
+        const double v = yp + 0.5 - halfHeight, u = 0.5 - halfWidth;
+        int64_t x = std::llround((u * sc.c + v * sc.s + w / 2.0 - 0.5) * kOne);
+        int64_t y = std::llround((-u * sc.s + v * sc.c + h / 2.0 - 0.5) * kOne);
         uint8_t* out = destination.row(yp);
-        for (uint32_t xp = 0; xp < destination.width; ++xp) {
-            const double u = xp + 0.5 - halfWidth;
-            const double sx = u * sc.c + v * sc.s + w / 2.0 - 0.5;
-            const double sy = -u * sc.s + v * sc.c + h / 2.0 - 0.5;
+        for (uint32_t xp = 0; xp < destination.width; ++xp, x += stepX, y += stepY) {
             uint8_t* pixel = out + size_t{xp} * Ch;
-            const double fx = std::floor(sx), fy = std::floor(sy);
-            if (!clampEdges && (fx < -2 || fy < -2 || fx > double(w) || fy > double(h))) {
+            const int64_t ix = (x >> 32) - 1, iy = (y >> 32) - 1;  // the first taps
+            const Taps& wx = kTable[((x & 0xFFFFFFFF) + (int64_t{1} << 23)) >> 24];
+            const Taps& wy = kTable[((y & 0xFFFFFFFF) + (int64_t{1} << 23)) >> 24];
+            if (uint64_t(ix) < uint64_t(w - 3) && uint64_t(iy) < uint64_t(h - 3) && w > 3 &&
+                h > 3) {
+                const uint8_t* corner = source.row(uint32_t(iy)) + size_t(ix) * Ch;
+                const ptrdiff_t stride = source.stride;
+                bicubicPixel<Ch>(
+                    wx, wy,
+                    [=](unsigned k, unsigned r) { return corner + ptrdiff_t(r) * stride + k * Ch; },
+                    pixel);
+            } else if (clampEdges) {
+                bicubicPixel<Ch>(
+                    wx, wy,
+                    [&](unsigned k, unsigned r) {
+                        return source.row(uint32_t(std::clamp<int64_t>(iy + r, 0, h - 1))) +
+                               size_t(std::clamp<int64_t>(ix + k, 0, w - 1)) * Ch;
+                    },
+                    pixel);
+            } else if (ix + 3 < 0 || iy + 3 < 0 || ix >= w || iy >= h) {
                 std::copy_n(fill, Ch, pixel);
-                continue;
+            } else {
+                bicubicPixel<Ch>(
+                    wx, wy,
+                    [&](unsigned k, unsigned r) {
+                        const int64_t tx = ix + k, ty = iy + r;
+                        return tx >= 0 && tx < w && ty >= 0 && ty < h
+                                   ? source.row(uint32_t(ty)) + size_t(tx) * Ch
+                                   : fill;
+                    },
+                    pixel);
             }
-            const int64_t ix = int64_t(fx) - 1, iy = int64_t(fy) - 1;
-            const Taps& wx = kTable[unsigned(std::lround((sx - fx) * 256))];
-            const Taps& wy = kTable[unsigned(std::lround((sy - fy) * 256))];
-            const bool whole = ix >= 0 && iy >= 0 && ix + 3 < w && iy + 3 < h;
-            int32_t sum[Ch] = {};
-            for (unsigned r = 0; r < 4; ++r) {
-                const int64_t y = clampEdges ? std::clamp<int64_t>(iy + r, 0, h - 1) : iy + r;
-                const bool rowInside = y >= 0 && y < h;
-                const uint8_t* row = rowInside ? source.row(uint32_t(y)) : nullptr;
-                int32_t across[Ch] = {};
-                for (unsigned k = 0; k < 4; ++k) {
-                    const int64_t x = clampEdges ? std::clamp<int64_t>(ix + k, 0, w - 1) : ix + k;
-                    const uint8_t* p =
-                        (whole || (rowInside && x >= 0 && x < w)) ? row + size_t(x) * Ch : fill;
-                    for (unsigned c = 0; c < Ch; ++c) across[c] += wx[k] * p[c];
-                }
-                for (unsigned c = 0; c < Ch; ++c) sum[c] += wy[r] * ((across[c] + 64) >> 7);
-            }
-            for (unsigned c = 0; c < Ch; ++c)
-                pixel[c] = uint8_t(std::clamp((sum[c] + (1 << 20)) >> 21, 0, 255));
         }
         if (progressCancelled(progress, yp + 1, destination.height)) return false;
     }

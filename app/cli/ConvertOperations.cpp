@@ -381,7 +381,7 @@ void OperationOptions::add(CLI::App& command, OperationSettings& settings) {
     auto* stretch =
         command.add_flag("--stretch", settings.stretch, "--resize to exactly WxH")->group(group);
     command
-        .add_flag("--proportional{false}", settings.stretch,
+        .add_flag("--proportional", settings.proportional,
                   "--resize keeping the aspect ratio, inside WxH (the default)")
         ->group(group)
         ->excludes(stretch);
@@ -396,7 +396,8 @@ void OperationOptions::add(CLI::App& command, OperationSettings& settings) {
             [](const std::string& text) {
                 return parseColour(text) ? std::string() : "unknown colour '" + text + "'";
             },
-            "COLOR", ""))
+            "", ""))
+        ->type_name("COLOR")
         ->group(group);
 }
 

@@ -34,6 +34,7 @@ namespace vivark::cli {
 struct OperationSettings {
     bool point = false;
     bool stretch = false;
+    bool proportional = false;  // said outright; the default unless --stretch
     bool letterbox = false;
     std::string fill = "black";
     uint32_t paletteType = 0;

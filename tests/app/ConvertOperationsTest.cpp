@@ -12,7 +12,13 @@
 #include "formats/Loader.h"
 #include "formats/SaveDispatch.h"
 #include "formats/SaveOptions.h"
+#include "ops/ColourAdjust.h"
+#include "ops/ColourDepth.h"
+#include "ops/Convolution.h"
+#include "ops/Crop.h"
+#include "ops/FilterFile.h"
 #include "ops/Mirror.h"
+#include "ops/PaletteFile.h"
 #include "ops/Resize.h"
 #include "ops/Rotate.h"
 #include "support/ImageTestUtil.h"
@@ -100,10 +106,33 @@ TEST(ConvertOperations, StepsRunInTheOrderGiven) {
     const Step tilt = [](const Image& i) {
         return rotateResampled(i, {-10 * kAngleUnitsPerDegree, rgb(0, 0, 255), false});
     };
+    // The files the file-driven steps read.
+    PaletteColours palette;
+    palette.count = 3;
+    palette.entries[0] = rgb(10, 20, 30), palette.entries[1] = rgb(200, 100, 0);
+    palette.entries[2] = rgb(255, 255, 255);
+    const std::string paletteFile = (input.dir / "three.pal").string();
+    ASSERT_TRUE(writePaletteFile(paletteFile, palette));
+    FilterGrid grid;
+    grid.name = "edges";
+    for (uint32_t row = 3; row < 6; ++row)
+        for (uint32_t column = 3; column < 6; ++column)
+            grid.cell(column, row) = row == 4 && column == 4 ? "8" : "-1";
+    grid.absoluteValue = true;
+    const std::string filterFile = (input.dir / "edges.flt").string();
+    ASSERT_TRUE(writeFilterFile(filterFile, grid));
+    const ConvolutionFilter edges = std::get<ConvolutionFilter>(acceptFilter(grid));
+
+    const Step cropped = [](const Image& i) { return crop(i, {10, 5, 40, 20}); };
+    const auto the = [](auto function, auto parameters) {
+        return Step([=](const Image& i) { return function(i, parameters, nullptr, Limits{}); });
+    };
     const struct {
         std::vector<std::string> args;
         std::vector<Step> steps;
     } cases[] = {
+        {{"--turn", "cw", "--crop", "10,5,40,20"}, {cw, cropped}},
+        {{"--crop", "10,5,40,20", "--turn", "cw"}, {cropped, cw}},
         {{"--turn", "cw", "--resize", "10x20", "--stretch"}, {cw, squash}},
         {{"--resize", "10x20", "--stretch", "--turn", "cw"}, {squash, cw}},
         {{"--mirror", "--turn", "ccw"}, {mirrorRow, ccw}},
@@ -112,6 +141,23 @@ TEST(ConvertOperations, StepsRunInTheOrderGiven) {
         {{"--mirror", "--flip", "--mirror"}, {flip}},
         {{"--point", "--rotate", "30"}, {rotate}},
         {{"--rotate", "-10", "--fill", "0x0000FF"}, {tilt}},
+        {{"--brightness", "20", "--contrast", "-30"},
+         {the(adjustBrightnessContrastColour, BrightnessContrastColour{20, 0, 0}),
+          the(adjustBrightnessContrastColour, BrightnessContrastColour{0, -30, 0})}},
+        {{"--color", "40", "--rgb", "10,-10,5"},
+         {the(adjustBrightnessContrastColour, BrightnessContrastColour{0, 0, 40}),
+          the(adjustRgbBalance, RgbBalance{10, -10, 5})}},
+        {{"--gamma", "1.8", "--negative", "--solarize", "100"},
+         {the(adjustGamma, GammaCorrection{1.8}), the(negative, Negative{}),
+          the(solarize, Solarize{100})}},
+        {{"--bw", "100"}, {the(toBlackAndWhite, BlackWhite{100})}},
+        {{"--grey", "--deep-color"},
+         {the(toGreyscale, Greyscale{}), the(toDeepColour, DeepColour{})}},
+        {{"--blur", "50", "--soften", "30", "--sharpen", "60"},
+         {the(blur, FilterStrength{50}), the(soften, FilterStrength{30}),
+          the(sharpen, FilterStrength{60})}},
+        {{"--filter", filterFile}, {the(convolve, edges)}},
+        {{"--palette-file", paletteFile}, {the(applyPalette, ApplyPalette{palette})}},
     };
     std::vector<Image> results;
     for (const auto& c : cases) {
@@ -124,6 +170,17 @@ TEST(ConvertOperations, StepsRunInTheOrderGiven) {
     // The order shows: the reversed pairs above differ.
     EXPECT_FALSE(samePixels(results[0], results[1]));
     EXPECT_FALSE(samePixels(results[2], results[3]));
+    EXPECT_FALSE(samePixels(results[4], results[5]));
+
+    // The resolution step states what the saved file carries.
+    input.convert({"--resolution", "300,150"}, "dpi.bmp");
+    input.convert({"--resolution", "100:dpcm"}, "dpcm.bmp");
+    Image dpi, dpcm;
+    ASSERT_TRUE(loadFile(dpi, input.dir / "dpi.bmp", ReadOptions{}).completed);
+    ASSERT_TRUE(loadFile(dpcm, input.dir / "dpcm.bmp", ReadOptions{}).completed);
+    EXPECT_NEAR(dpi.resolution.x / dpi.resolution.y, 2.0, 0.01);
+    EXPECT_NEAR(dpcm.resolution.x, dpcm.resolution.unit == ResolutionUnit::PerInch ? 254 : 10000,
+                1);
 }
 
 TEST(ConvertOperations, BadArgumentsAreUsageErrorsAndTheHelpListsEveryOperation) {
@@ -132,7 +189,8 @@ TEST(ConvertOperations, BadArgumentsAreUsageErrorsAndTheHelpListsEveryOperation)
         {"--resize", "60"},  {"--resize", "0x60"}, {"--resize", "60x"},
         {"--resize", "-5%"}, {"--rotate", "ten"},  {"--rotate", "40000"},
         {"--turn", "90"},    {"--fill", "mauve"},  {"--stretch", "--proportional"},
-        {"--colors", "1"},
+        {"--colors", "1"},   {"--crop", "1,2,3"},  {"--rgb", "1,2,300"},
+        {"--gamma", "0"},    {"--blur", "0"},      {"--resolution", "72:dpm"},
     };
     for (const auto& args : bad) {
         SCOPED_TRACE(testing::PrintToString(args));
