@@ -9,9 +9,12 @@
 # by 10 degrees with bicubic (vivark: Mitchell) resampling. Input and output
 # are binary PPM for every tool, so that no compression codec dominates the
 # time; each time is the best of five runs of the whole command (read,
-# operate, write). The ratio is the peer's time over vivark's: above 1,
-# vivark is faster. Threads: VIPS_CONCURRENCY=1, ImageMagick -limit thread 1,
-# GraphicsMagick OMP_NUM_THREADS=1; vivark always uses one.
+# operate, write), counted as processor time (user + system, every thread of
+# the process), which a busy shared machine does not inflate the way it does
+# wall time; the wall time of the same best run is shown beside it. The ratio
+# is the peer's processor time over vivark's: above 1, vivark is faster.
+# Threads: VIPS_CONCURRENCY=1, ImageMagick -limit thread 1, GraphicsMagick
+# OMP_NUM_THREADS=1; vivark always uses one.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../.." && pwd)
@@ -36,16 +39,15 @@ convert-im6.q16 -size 2560x1600 -seed 11 plasma:fractal -blur 0x1.5 \
   -fill '#f0d040' -draw "circle 1800,500 1800,700" \
   -seed 11 -attenuate 0.4 +noise Gaussian -depth 8 "$picture"
 
-# best_time COMMAND...: the least wall time of five runs, in seconds.
+# best_time JOB TOOL: "CPU WALL" seconds of the run with the least processor
+# time among five.
 best_time() {
-  local best=
+  local best= times=$work/times
   for ((i = 0; i < 5; ++i)); do
-    local start end
-    start=$(date +%s.%N)
-    "$@" >/dev/null 2>&1
-    end=$(date +%s.%N)
-    best=$(awk -v b="$best" -v s="$start" -v e="$end" \
-      'BEGIN{ t = e - s; if (b == "" || t < b) print t; else print b }')
+    /usr/bin/time -o "$times" -f "%U %S %e" bash -c "$(declare -f "$2_job"); $2_job \"\$1\"" \
+      _ "$1" >/dev/null 2>&1
+    best=$(awk -v b="$best" '{ t = $1 + $2; w = $3 }
+      END{ split(b, o, " "); if (b == "" || t < o[1]) print t, w; else print b }' "$times")
   done
   echo "$best"
 }
@@ -84,17 +86,19 @@ gm_job() {
   esac
 }
 
+export picture out vivark
 printf '2560x1600 PPM in, PPM out; best of 5 whole-process runs, one thread each.\n'
-printf '%-10s %9s %9s %9s %9s   %s\n' job vivark vips im6 gm \
-  'ratio (peer time / vivark time)'
+printf 'processor seconds (wall seconds)\n'
+printf '%-10s %15s %15s %15s %15s   %s\n' job vivark vips im6 gm \
+  'ratio (peer / vivark processor time)'
 for job in "${jobs[@]}"; do
-  tv=$(best_time vivark_job "$job")
-  tvips=$(best_time vips_job "$job")
-  tim=$(best_time im_job "$job")
-  tgm=$(best_time gm_job "$job")
-  printf '%-10s %8.3fs %8.3fs %8.3fs %8.3fs   vips %.2f  im6 %.2f  gm %.2f\n' "$job" \
-    "$tv" "$tvips" "$tim" "$tgm" \
-    "$(awk -v a="$tvips" -v b="$tv" 'BEGIN{print a/b}')" \
-    "$(awk -v a="$tim" -v b="$tv" 'BEGIN{print a/b}')" \
-    "$(awk -v a="$tgm" -v b="$tv" 'BEGIN{print a/b}')"
+  read -r cv wv <<<"$(best_time "$job" vivark)"
+  read -r cvips wvips <<<"$(best_time "$job" vips)"
+  read -r cim wim <<<"$(best_time "$job" im)"
+  read -r cgm wgm <<<"$(best_time "$job" gm)"
+  printf '%-10s %6.2f (%6.2f) %6.2f (%6.2f) %6.2f (%6.2f) %6.2f (%6.2f)   vips %.2f  im6 %.2f  gm %.2f\n' \
+    "$job" "$cv" "$wv" "$cvips" "$wvips" "$cim" "$wim" "$cgm" "$wgm" \
+    "$(awk -v a="$cvips" -v b="$cv" 'BEGIN{print a/b}')" \
+    "$(awk -v a="$cim" -v b="$cv" 'BEGIN{print a/b}')" \
+    "$(awk -v a="$cgm" -v b="$cv" 'BEGIN{print a/b}')"
 done
