@@ -9,6 +9,7 @@
 #include <map>
 #include <variant>
 
+#include "app/settings/SettingKeys.h"
 #include "core/ErrorMapping.h"
 #include "core/Errors.h"
 #include "ops/ColourAdjust.h"
@@ -199,9 +200,12 @@ bool applyResize(Image& image, const std::string& argument, OperationSettings& s
     } else {
         request.width = size.width;
         request.height = size.height;
-        if (settings.letterbox) {
+        // Options given win; otherwise the editor's saved choices hold.
+        const bool stretch =
+            settings.stretch || (!settings.proportional && !settings::resizeProportional.get());
+        if (!stretch && (settings.letterbox || settings::resizeLetterBox.get())) {
             request.flags = resizeFlag::Centred;
-        } else if (!settings.stretch) {
+        } else if (!stretch) {
             // Proportional without letterbox: the result is the fitted
             // content alone, with no margins.
             request.flags = resizeFlag::Proportional;
@@ -209,14 +213,16 @@ bool applyResize(Image& image, const std::string& argument, OperationSettings& s
             request = {place.width, place.height, 0, request.fill};
         }
     }
-    return take(image, settings.point ? resizePoint(image, request, settings.progress)
-                                      : resizeResampled(image, request, settings.progress));
+    const bool point = settings.point || !settings::resizeResample.get();
+    return take(image, point ? resizePoint(image, request, settings.progress)
+                             : resizeResampled(image, request, settings.progress));
 }
 
 bool applyRotate(Image& image, const std::string& argument, OperationSettings& settings) {
     const RotateRequest request{*parseAngle(argument), fillOf(settings), false};
-    return take(image, settings.point ? rotatePoint(image, request, settings.progress)
-                                      : rotateResampled(image, request, settings.progress));
+    const bool point = settings.point || !settings::rotateResample.get();
+    return take(image, point ? rotatePoint(image, request, settings.progress)
+                             : rotateResampled(image, request, settings.progress));
 }
 
 bool applyTurn(Image& image, const std::string& argument, OperationSettings& settings) {
@@ -376,13 +382,17 @@ void OperationOptions::add(CLI::App& command, OperationSettings& settings) {
         options_.emplace_back(option, &entry);
     }
     const char* group = "Operation settings";
-    command.add_flag("--point", settings.point, "Point-sample --resize and --rotate (keeps depth)")
+    command
+        .add_flag("--point", settings.point,
+                  "Point-sample --resize and --rotate (keeps depth); by default as the "
+                  "Resize\\Resample and Rotate\\Resample settings say")
         ->group(group);
     auto* stretch =
         command.add_flag("--stretch", settings.stretch, "--resize to exactly WxH")->group(group);
     command
         .add_flag("--proportional", settings.proportional,
-                  "--resize keeping the aspect ratio, inside WxH (the default)")
+                  "--resize keeping the aspect ratio, inside WxH (by default as the "
+                  "Resize\\Proportional setting says)")
         ->group(group)
         ->excludes(stretch);
     command

@@ -6,12 +6,15 @@
 //
 // A step that cannot run (a crop outside the picture, a filter or palette
 // file that cannot be read) throws OperationFailure with the option and the
-// message in the system's words. A few options are settings of the run
-// rather than steps: --point makes
+// message in the system's words.
+//
+// A few options are settings of the run rather than steps: --point makes
 // --resize and --rotate point-sampled; --stretch, --proportional and
-// --letterbox choose how --resize treats the box; --fill is the colour of
-// letterbox margins and of the corners of a resampled rotation; --palette
-// and --dither choose how --colors reduces.
+// --letterbox choose how --resize treats the box (without them the saved
+// "Resize\Resample", "Rotate\Resample", "Resize\Proportional" and
+// "Resize\LetterBox" settings decide, as in the editor); --fill is the
+// colour of letterbox margins and of the corners of a resampled rotation
+// (black unless given); --palette and --dither choose how --colors reduces.
 #pragma once
 
 #include <cstdint>
