@@ -177,8 +177,10 @@ inline __m128i bicubicPixel4(const uint8_t* corner, ptrdiff_t stride, const TapP
 // Samples beyond the source's edge are the fill colour, so the turned edge
 // blends into the corners; with clampEdges (an inner crop, where no corner
 // shows) they repeat the edge instead, so no fill leaks in. Source positions
-// step along each output row in 32.32 fixed point; the fraction's top eight
-// bits (rounded) choose the weights.
+// step along each output row in fixed point with 24 fraction bits (the
+// integer part has room for any image's coordinates, the drift over a row
+// stays far below a phase); the fraction's top eight bits, rounded, choose
+// the weights.
 template <unsigned SrcCh, unsigned Ch>
 bool rotateBicubic(const ConstSurface& source, const Surface& destination, SineCosine sc,
                    const uint8_t* fill, bool clampEdges, ProgressCallback* progress) {
@@ -186,7 +188,8 @@ bool rotateBicubic(const ConstSurface& source, const Surface& destination, SineC
 #if defined(__SSE2__)
     static const std::array<TapPairs, 257> kPairs = tapPairs(kTable);
 #endif
-    constexpr double kOne = 4294967296.0;  // 1 in 32.32
+    constexpr int kFraction = 24;
+    constexpr double kOne = double(int64_t{1} << kFraction);
     const int64_t w = source.width, h = source.height;
     const double halfWidth = destination.width / 2.0, halfHeight = destination.height / 2.0;
     const int64_t stepX = std::llround(sc.c * kOne), stepY = std::llround(-sc.s * kOne);
@@ -199,9 +202,11 @@ bool rotateBicubic(const ConstSurface& source, const Surface& destination, SineC
         uint8_t* out = destination.row(yp);
         for (uint32_t xp = 0; xp < destination.width; ++xp, x += stepX, y += stepY) {
             uint8_t* pixel = out + size_t{xp} * Ch;
-            const int64_t ix = (x >> 32) - 1, iy = (y >> 32) - 1;  // the first taps
-            const size_t phaseX = ((x & 0xFFFFFFFF) + (int64_t{1} << 23)) >> 24;
-            const size_t phaseY = ((y & 0xFFFFFFFF) + (int64_t{1} << 23)) >> 24;
+            constexpr int64_t kMask = (int64_t{1} << kFraction) - 1,
+                              kHalf = int64_t{1} << (kFraction - 9);
+            const int64_t ix = (x >> kFraction) - 1, iy = (y >> kFraction) - 1;  // first taps
+            const size_t phaseX = ((x & kMask) + kHalf) >> (kFraction - 8);
+            const size_t phaseY = ((y & kMask) + kHalf) >> (kFraction - 8);
             const Taps& wx = kTable[phaseX];
             const Taps& wy = kTable[phaseY];
             if (uint64_t(ix) < uint64_t(w - 3) && uint64_t(iy) < uint64_t(h - 3) && w > 3 &&
