@@ -81,7 +81,19 @@ OpResult toIndexedColour(const Image& image, const IndexedColour& p, ProgressCal
     checkResultSize(image.width(), image.height(), 8, limits);
     Image result = image;
     const uint32_t colours = std::clamp<uint32_t>(p.colours, 2, 256);
-    if (!reduceColours(result, colours, p.paletteType, p.ditherType, progress)) return std::nullopt;
+    // A palette that already fits is kept without a pass over the rows, and
+    // the reduction's closing report cannot cancel; a cancel asked for at
+    // any point is honoured here, and the caller is asked at least once.
+    bool asked = false, cancelled = false;
+    ProgressFunction watched([&](uint32_t done, uint32_t total) {
+        asked = true;
+        cancelled = cancelled || progressCancelled(progress, done, total);
+        return cancelled;
+    });
+    if (!reduceColours(result, colours, p.paletteType, p.ditherType, progress ? &watched : nullptr))
+        return std::nullopt;
+    if (cancelled) return std::nullopt;
+    if (!asked && progressCancelled(progress, image.height(), image.height())) return std::nullopt;
     return result;
 }
 
