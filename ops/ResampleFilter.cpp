@@ -15,7 +15,7 @@ double supportFor(FilterKind filter, double scale) {
 
 uint32_t windowSize(FilterKind filter, double scale) {
     if (filter == FilterKind::Point) return 1;
-    return uint32_t(std::ceil(2.0 * supportFor(filter, scale))) + 1;
+    return uint32_t(std::ceil(2.0 * supportFor(filter, scale)));
 }
 
 AxisWeights axisWeights(FilterKind filter, uint32_t srcExtent, uint32_t dstExtent) {
@@ -24,7 +24,8 @@ AxisWeights axisWeights(FilterKind filter, uint32_t srcExtent, uint32_t dstExten
     const double support = supportFor(filter, scale);
     // Shrinking stretches the filter over 1 / scale source pixels.
     const double stretch = std::max(1.0, 1.0 / scale);
-    table.taps = windowSize(filter, scale);
+    // A window's pixels may straddle one more pixel than its width.
+    table.taps = windowSize(filter, scale) + (filter == FilterKind::Point ? 0 : 1);
     table.first.resize(dstExtent);
     table.count.resize(dstExtent);
     table.weights.assign(size_t{dstExtent} * table.taps, 0);

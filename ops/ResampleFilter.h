@@ -40,8 +40,9 @@ struct AxisWeights {
     std::vector<int16_t> weights;
 };
 
-// The window size of an axis scaled by `scale` (destination / source extent):
-// the support widens by 1 / scale when shrinking.
+// The window size of an axis scaled by `scale` (destination / source extent),
+// ceil(2 x support), the support widening by 1 / scale when shrinking: what
+// the scaling engine's choice of pass order counts.
 uint32_t windowSize(FilterKind filter, double scale);
 
 // Weights for `outCount` output pixels of an axis where the destination
