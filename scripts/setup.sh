@@ -14,6 +14,7 @@ packages=(
   ccache
   netpbm imagemagick libtiff-tools giflib-tools uudeview sharutils libjpeg-turbo-progs
   ghostscript poppler-utils xvfb x11-apps
+  libvips-tools graphicsmagick
 )
 
 missing=()

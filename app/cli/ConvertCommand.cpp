@@ -1,13 +1,12 @@
 // "vivark convert INPUT OUTPUT [--to FORMAT] [--page N] [--all-pages] [--set KEY=VALUE]...
-// [--colors N] [--palette TYPE] [--dither TYPE]": loads INPUT with every
-// fallback of the loader and saves it in the format named by --to (menu name
-// or short name) or else by OUTPUT's extension. --set overrides a save
-// option for this run only; nothing is stored. --colors reduces the image to
-// at most N colours (2..256) before the save; --palette and --dither choose
-// how, for that reduction and for any the save itself makes, in place of the
-// user's "Dither\Palette" settings. A failure is reported as "vivark: FILE:
-// message" and leaves no output file. Unknown formats, bad --set assignments
-// and bad words are usage errors (status 2).
+// [--palette TYPE] [--dither TYPE] [operations...]": loads INPUT (with --all-pages every page from
+// --page on) with every fallback of the loader, applies the operations (ConvertOperations.h:
+// resize, rotate, mirror, colour reduction ...) in the order given, and saves it in the format
+// named by --to (menu name or short name) or else by OUTPUT's extension. --set overrides a save
+// option for this run only; nothing is stored. --palette and --dither choose how --colors reduces,
+// and how any reduction the save itself makes does, in place of the user's "Dither\Palette"
+// settings. A failure is reported as "vivark: FILE: message" and leaves no output file. Unknown
+// formats, bad --set assignments and bad words are usage errors (status 2).
 //
 // INPUT "-" reads standard input to its end and probes it as a file; OUTPUT
 // "-" writes standard output, and then the format must be named with --to.
@@ -28,6 +27,7 @@
 
 #include "app/cli/Cli.h"
 #include "app/cli/Command.h"
+#include "app/cli/ConvertOperations.h"
 #include "app/cli/Interrupt.h"
 #include "app/cli/ProgressBar.h"
 #include "app/cli/Report.h"
@@ -48,7 +48,8 @@ struct ConvertOptions {
     uint32_t page = 1;
     bool allPages = false;
     std::vector<std::string> assignments;
-    uint32_t colours = 0;  // 0: no reduction asked for
+    OperationOptions operations;
+    OperationSettings operationSettings;
     std::string palette;
     std::string dither;
 };
@@ -92,7 +93,7 @@ std::vector<uint8_t> readStandardInput() {
     return bytes;
 }
 
-int runConvert(const ConvertOptions& options, CommandContext& context) {
+int runConvert(ConvertOptions& options, CommandContext& context) {
     const bool toStdout = options.output == "-";
     if (toStdout && options.allPages) {
         reportError(context.err, "", "--all-pages writes a file, not standard output");
@@ -186,16 +187,28 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         }
     }
     try {
+        OperationSettings& settings = options.operationSettings;
+        settings.paletteType = uint32_t(saveOptions.integer(saveKey::PaletteType));
+        settings.ditherType = uint32_t(saveOptions.integer(saveKey::DitherType));
+        ProgressBar working(options.input);
+        settings.progress = &working;
         for (Image& page : pageImages) {
-            if (options.colours == 0) break;
-            const auto count = reduceColours(page, options.colours,
-                                             uint32_t(saveOptions.integer(saveKey::PaletteType)),
-                                             uint32_t(saveOptions.integer(saveKey::DitherType)));
+            try {
+                if (!applyOperations(page, options.operations.steps(), settings)) {
+                    reportError(context.err, options.input, "interrupted; nothing was written");
+                    return kFailure;
+                }
+            } catch (const OperationFailure& failure) {
+                reportError(context.err, options.input, failure.text);
+                return kFailure;
+            }
             // Sixteen colours or fewer are stored four bits a pixel where the
             // format has that depth, as a user asking for them expects.
-            if (count && *count <= 16 && page.bitsPerPixel() == 8 && writer->accepts(4))
+            if (settings.reducedTo != 0 && settings.reducedTo <= 16 && page.bitsPerPixel() == 8 &&
+                page.paletteCount <= 16 && writer->accepts(4))
                 page = widenIndices(page, 4);
         }
+        working.done();
         ProgressBar saving(options.output);
         if (toStdout)
             saveImageTo(pageImages.front(), SafeOutFile::kStandardOutput, *writer, saveOptions,
@@ -240,12 +253,11 @@ void registerConvert(CLI::App& app, CommandContext& context,
                       "Write every page from --page on into one file (formats that hold pages)");
     command->add_option("--set", options->assignments,
                         "Save option for this run, e.g. \"Windows Bitmap\\Encode=1\"");
-    command->add_option("--colors", options->colours, "Reduce to at most N colours (2..256)")
-        ->check(CLI::Range(2, 256));
     command->add_option("--palette", options->palette, "Palette of a reduction")
         ->check(CLI::IsMember(wordsOf(kPaletteWords)));
     command->add_option("--dither", options->dither, "Dither of a reduction")
         ->check(CLI::IsMember(wordsOf(kDitherWords)));
+    options->operations.add(*command, options->operationSettings);
     actions.emplace_back(command, [options, &context] { return runConvert(*options, context); });
 }
 
