@@ -25,6 +25,14 @@ using WriteFunction = void (*)(const Image&, OutFile&, const SaveOptions&, Progr
 // What a format needs of a palette image's colours.
 enum class ColourNeed : uint8_t { Any, Grey, BlackAndWhite };
 
+// What a format stores besides the pixels of one image; a conversion that
+// loses the rest says so (the command line warns).
+enum WriterKeeps : uint8_t {
+    kKeepsAlpha = 1,             // an alpha plane (Image::secondPlane)
+    kKeepsTransparentIndex = 2,  // a palette image's transparent entry
+    kKeepsPages = 4,             // every page or frame of a multi-image file
+};
+
 // The set of depths {d...}: bit d set.
 constexpr uint32_t depthSet(std::initializer_list<uint32_t> depths) {
     uint32_t set = 0;
@@ -44,6 +52,8 @@ struct WriterEntry {
     // are (a format whose 24-bit form few programs read); empty when 24 bits
     // always are.
     std::string_view trueColourKey = {};
+    // WriterKeeps bits.
+    uint8_t keeps = 0;
 
     bool accepts(uint32_t bitsPerPixel) const {
         return bitsPerPixel < 32 && (depths >> bitsPerPixel & 1) != 0;
