@@ -68,6 +68,14 @@ bool measureFile(InFile& file, FormatInfo& found, bool insideArray) {
         file.read(entry, sizeof entry);
         found.formatTag = resourceType == 1 ? makeTag("ICOW") : makeTag("CUR ");
         file.seek(start + loadLE32(entry + 12));
+        // An entry stored as PNG: the directory gives its size and depth.
+        if (file.readLE32() == 0x474E5089) {
+            found.width = entry[0] != 0 ? entry[0] : 256;
+            found.height = entry[1] != 0 ? entry[1] : 256;
+            found.bitsPerPixel = loadLE16(entry + 6) != 0 ? loadLE16(entry + 6) : 32;
+            return true;
+        }
+        file.seek(start + loadLE32(entry + 12));
         return measureHeader(file, found, true, false);
     }
     bool halve = false;
