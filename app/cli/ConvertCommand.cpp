@@ -12,6 +12,11 @@
 // INPUT "-" reads standard input to its end and probes it as a file; OUTPUT
 // "-" writes standard output, and then the format must be named with --to.
 // A --page beyond the file's pages is an error that names how many it has.
+//
+// What the conversion loses (alpha, pages, colours) is said in one warning
+// line each (Warnings.h); a source the reader found damaged is refused unless
+// --allow-damaged accepts what could be read. Failures name the file they
+// belong to, with the system's reason (OsError.h).
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -27,9 +32,15 @@
 #include "app/cli/Cli.h"
 #include "app/cli/Command.h"
 #include "app/cli/Interrupt.h"
+#include "app/cli/OsError.h"
 #include "app/cli/ProgressBar.h"
+#include "app/cli/Reduction.h"
 #include "app/cli/Report.h"
+#include "app/cli/SettingLookup.h"
+#include "app/cli/Warnings.h"
+#include "app/cli/WriterChoice.h"
 #include "core/SafeOutFile.h"
+#include "core/SystemError.h"
 #include "formats/DepthConvert.h"
 #include "formats/ErrorMessages.h"
 #include "formats/Loader.h"
@@ -48,6 +59,8 @@ struct ConvertOptions {
     uint32_t colours = 0;  // 0: no reduction asked for
     std::string palette;
     std::string dither;
+    bool allowDamaged = false;
+    Verbosity verbosity = Verbosity::Normal;
 };
 
 // The words of --palette and --dither and the types they stand for.
@@ -95,28 +108,41 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         reportError(context.err, "", "writing to standard output needs --to FORMAT");
         return kUsage;
     }
-    const WriterEntry* writer =
-        options.format.empty()
-            ? findWriterByExtension(std::filesystem::path(options.output).extension().string())
-            : findWriterByName(options.format);
+    const Diagnostics diagnostics(context.err, options.verbosity);
+    const WriterChoice choice = chooseWriter(options.format, options.output);
+    const WriterEntry* writer = choice.writer;
     if (!writer) {
-        reportError(context.err, "",
-                    options.format.empty()
-                        ? "cannot tell the format from '" + options.output + "'; use --to"
-                        : "unknown format '" + options.format + "'");
+        reportError(context.err,
+                    choice.problem.find("cannot be written") != std::string::npos
+                        ? std::string_view(options.output)
+                        : std::string_view(),
+                    choice.problem);
         return kUsage;
     }
     StoredSaveOptions stored;
     SaveOptionOverlay saveOptions(stored);
     for (const std::string& assignment : options.assignments) {
-        if (!saveOptions.setAssignment(assignment)) {
-            reportError(context.err, "", "bad save option '" + assignment + "'");
+        std::string problem;
+        const std::string checked = checkedAssignment(assignment, problem);
+        if (checked.empty() || !saveOptions.setAssignment(checked)) {
+            reportError(context.err, "",
+                        problem.empty() ? "bad save option '" + assignment + "'" : problem);
             return kUsage;
         }
     }
 
     setFromWord(saveOptions, saveKey::PaletteType, options.palette, kPaletteWords);
     setFromWord(saveOptions, saveKey::DitherType, options.dither, kDitherWords);
+    const auto paletteType = uint32_t(saveOptions.integer(saveKey::PaletteType));
+    const auto ditherType = uint32_t(saveOptions.integer(saveKey::DitherType));
+    const bool trueColourTaken = writer->accepts(24) && (writer->trueColourKey.empty() ||
+                                                         saveOptions.flag(writer->trueColourKey));
+    if (std::string refused = refusedBeforeLoad(options.colours, paletteType, ditherType,
+                                                !options.dither.empty(), *writer, trueColourTaken);
+        !refused.empty()) {
+        reportError(context.err, "", refused);
+        return kUsage;
+    }
 
     InterruptGuard interruptible;
     ProgressBar loading(options.input);
@@ -130,6 +156,7 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         standardInput = readStandardInput();
         memory = InFile::overMemory(standardInput);
     }
+    clearSystemError();
     const LoadResult loaded =
         memory ? load(image, *memory, read) : loadFile(image, options.input, read);
     // A page the file does not have: ask the headers how many it has.
@@ -155,25 +182,54 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         return kFailure;
     }
     if (!loaded.completed) {
-        reportMessage(context.err, options.input,
-                      loaded.message != msg::None ? loaded.message : msg::Unknown);
+        reportLoadFailure(context.err, options.input,
+                          loaded.message != msg::None ? loaded.message : msg::Unknown);
         return kFailure;
     }
+    if (const std::string damage = damageOf(image); !damage.empty()) {
+        if (!options.allowDamaged) {
+            reportError(context.err, options.input,
+                        damage + " (--allow-damaged writes what could be read)");
+            return kFailure;
+        }
+        diagnostics.warn(options.input, "damaged: " + damage + "; writing what could be read");
+    }
+
     try {
         if (options.colours != 0) {
-            const auto count = reduceColours(image, options.colours,
-                                             uint32_t(saveOptions.integer(saveKey::PaletteType)),
-                                             uint32_t(saveOptions.integer(saveKey::DitherType)));
+            const auto count =
+                reduceAtMost(image, options.colours, paletteType, ditherType, nullptr);
             // Sixteen colours or fewer are stored four bits a pixel where the
             // format has that depth, as a user asking for them expects.
             if (count && *count <= 16 && image.bitsPerPixel() == 8 && writer->accepts(4))
                 image = widenIndices(image, 4);
         }
         ProgressBar saving(options.output);
+        const Image converted = convertForWriter(image, *writer, saveOptions, &saving);
+        const std::vector<std::string> losses =
+            lossesOf(image, converted, *writer, options.page > 1);
+        // --palette and --dither shape a reduction; with none they do nothing.
+        const bool reduced =
+            options.colours != 0 || converted.bitsPerPixel() != image.bitsPerPixel();
+        if ((!options.palette.empty() || !options.dither.empty()) && !reduced) {
+            reportError(context.err, "",
+                        "--palette and --dither apply to a colour reduction, and " +
+                            std::string(writer->menuName) +
+                            " stores this image without one; add --colors N");
+            return kUsage;
+        }
+        clearSystemError();
         if (toStdout)
-            saveImageTo(image, SafeOutFile::kStandardOutput, *writer, saveOptions, &saving);
+            saveImageTo(converted, SafeOutFile::kStandardOutput, *writer, saveOptions, &saving);
         else
-            saveImage(image, options.output, *writer, saveOptions, &saving);
+            saveImage(converted, options.output, *writer, saveOptions, &saving);
+        const std::string_view shownInput = options.input == "-" ? "standard input" : options.input;
+        for (const std::string& loss : losses) diagnostics.warn(shownInput, loss);
+        diagnostics.note(toStdout ? "standard output" : options.output,
+                         "written as " + std::string(writer->menuName) + ", " +
+                             std::to_string(converted.width()) + "x" +
+                             std::to_string(converted.height()) + ", " +
+                             std::to_string(converted.bitsPerPixel()) + " bits per pixel");
     } catch (...) {
         if (interrupted()) {
             reportError(context.err, options.output, "interrupted; nothing was written");
@@ -181,7 +237,12 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
         }
         MessageId id = saveMessageForCurrentException();
         if (id == msg::None) id = msg::Unknown;
-        reportError(context.err, options.input, formatMessage(id, options.output));
+        // The file comes first in the line: the output, or the input when the
+        // image itself cannot be stored in the format.
+        if (id == msg::NeedsColourReduction)
+            reportError(context.err, options.input, formatMessage(id, options.output));
+        else
+            reportSaveFailure(context.err, toStdout ? "standard output" : options.output, id);
         return kFailure;
     }
     return kSuccess;
@@ -216,6 +277,9 @@ void registerConvert(CLI::App& app, CommandContext& context,
         ->check(CLI::IsMember(wordsOf(kPaletteWords)));
     command->add_option("--dither", options->dither, "Dither of a reduction")
         ->check(CLI::IsMember(wordsOf(kDitherWords)));
+    command->add_flag("--allow-damaged", options->allowDamaged,
+                      "Write what could be read of a damaged source (with a warning)");
+    addVerbosityFlags(*command, options->verbosity);
     actions.emplace_back(command, [options, &context] { return runConvert(*options, context); });
 }
 
