@@ -66,7 +66,7 @@ std::string upper(std::string text) {
 
 void writeOptions(std::ostream& out, const CLI::App& app) {
     for (const CLI::Option* option : visibleOptions(app)) {
-        out << ".TP\n.B " << roff(option->get_name());
+        out << ".TP\n.B " << roff(option->get_name(false, true));
         if (takesValue(*option)) out << " \\fI" << roff(option->get_type_name()) << "\\fR";
         out << "\n" << roff(option->get_description()) << "\n";
     }

@@ -56,8 +56,10 @@ std::vector<std::string> lossesOf(const Image& source, const Image& converted,
     if (source.transparentIndex && !transparencyKept)
         losses.push_back("transparency dropped: " + format + " cannot store it");
     if (source.pageCount > 1 && !pageChosen && !(writer.keeps & kKeepsPages)) {
-        const char* what = source.animation ? "frames" : "pages";
-        losses.push_back(std::string(what) + " 2 to " + std::to_string(source.pageCount) +
+        const bool one = source.pageCount == 2;
+        const std::string what = source.animation ? (one ? "frame 2" : "frames 2 to ")
+                                                  : (one ? "page 2" : "pages 2 to ");
+        losses.push_back(what + (one ? "" : std::to_string(source.pageCount)) +
                          " dropped: " + format + " holds one image (--page picks another)");
     }
     const bool sameColours =
