@@ -47,11 +47,18 @@ struct Described {
     bool alphaDecoded = false;  // --check found an alpha plane
 };
 
+// Whether the samples say more than the depth does: an alpha channel, or
+// samples deeper than the 8 bits an image holds.
+bool samplesTellMore(const Described& d) {
+    return d.info.hasAlpha || d.alphaDecoded || d.info.bitsPerSample > 8;
+}
+
 // "RGBA, 8 bits per sample", from what identification or decoding told; empty
 // when neither said more than the depth.
 std::string samplesText(const Described& d) {
     const FormatInfo& i = d.info;
-    if (i.samplesPerPixel == 0) return d.alphaDecoded ? "with alpha" : "";
+    if (!samplesTellMore(d)) return "";
+    if (i.samplesPerPixel == 0) return "with alpha";
     if (i.indexed) return "palette, " + std::to_string(i.bitsPerSample) + "-bit indices";
     static const char* const kNames[] = {"", "grey", "grey and alpha", "RGB", "RGBA"};
     const char* name = i.samplesPerPixel <= 4 ? kNames[i.samplesPerPixel] : "";
@@ -165,7 +172,7 @@ int runInfo(const InfoOptions& options, CommandContext& context) {
                             << ",\"name\":" << jsonString(d.formatName)
                             << ",\"width\":" << d.info.width << ",\"height\":" << d.info.height
                             << ",\"bitsPerPixel\":" << d.info.bitsPerPixel;
-                if (d.info.samplesPerPixel != 0)
+                if (d.info.samplesPerPixel != 0 && samplesTellMore(d))
                     context.out << ",\"samplesPerPixel\":" << int(d.info.samplesPerPixel)
                                 << ",\"bitsPerSample\":" << int(d.info.bitsPerSample);
                 if (d.info.hasAlpha || d.alphaDecoded) context.out << ",\"alpha\":true";

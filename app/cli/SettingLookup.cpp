@@ -116,7 +116,9 @@ std::string nearestKeys(std::string_view key, bool saveOptionsOnly) {
         std::string_view candidate = settings::settingKey(setting);
         if (saveOptionsOnly && !startsIgnoringCase(candidate, kSavePrefix)) continue;
         if (shortForm) candidate.remove_prefix(kSavePrefix.size());
-        scored.emplace_back(editDistance(key, candidate), candidate);
+        // A key that is the start of others (a subkey) is nearest to those.
+        const bool extends = startsIgnoringCase(candidate, key) && !key.empty();
+        scored.emplace_back(extends ? 0 : editDistance(key, candidate), candidate);
     }
     const size_t shown = std::min<size_t>(3, scored.size());
     std::partial_sort(scored.begin(), scored.begin() + shown, scored.end());

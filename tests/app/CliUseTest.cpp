@@ -296,7 +296,9 @@ TEST_F(CliUse, EachCaseEndsWithItsStatusAndWords) {
             // One line per thing said.
             EXPECT_EQ(std::count(ran.err.begin(), ran.err.end(), '\n'), 1) << ran.err;
         }
-        if (*c.out != '\0') EXPECT_NE(ran.out.find(c.out), std::string::npos) << ran.out;
+        if (*c.out != '\0') {
+            EXPECT_NE(ran.out.find(c.out), std::string::npos) << ran.out;
+        }
     }
 
     // What the files hold, read by our readers and, for the colours that
