@@ -40,6 +40,11 @@ std::vector<std::string> choicesOf(const CLI::Option& option) {
     return choices;
 }
 
+bool isNumber(const CLI::Option& option) {
+    const std::string type = option.get_type_name();
+    return type.rfind("UINT", 0) == 0 || type.rfind("INT", 0) == 0 || type.rfind("FLOAT", 0) == 0;
+}
+
 bool takesValue(const CLI::Option& option) {
     return option.get_expected_max() != 0 && option.get_type_size_max() != 0;
 }
@@ -135,12 +140,23 @@ void writeBash(std::ostream& out, const CLI::App& root) {
                 names += (names.empty() ? "--" : "|--") + l;
             std::string words;
             for (const std::string& c : choices) words += (words.empty() ? "" : " ") + c;
-            out << "                " << names << ") COMPREPLY=($(compgen "
-                << (choices.empty() ? "-f" : "-W '" + words + "'") << " -- \"$cur\")); return ;;\n";
+            out << "                " << names << ") ";
+            if (!choices.empty())
+                out << "COMPREPLY=($(compgen -W '" << words << "' -- \"$cur\"))";
+            else if (isNumber(*option))
+                out << "COMPREPLY=()";
+            else
+                out << "COMPREPLY=($(compgen -f -- \"$cur\"))";
+            out << "; return ;;\n";
         }
+        // A command with commands of its own offers them; the others take files.
+        std::string nested;
+        for (const CLI::App* inner : commandsOf(*sub)) nested += " " + inner->get_name();
         out << "            esac\n"
             << "            case $cur in -*) COMPREPLY=($(compgen -W '" << optionWords(*sub)
-            << "' -- \"$cur\")) ;; *) COMPREPLY=($(compgen -f -- \"$cur\")) ;; esac ;;\n";
+            << "' -- \"$cur\")) ;; *) COMPREPLY=($(compgen "
+            << (nested.empty() ? "-f" : "-W '" + nested.substr(1) + "'")
+            << " -- \"$cur\")) ;; esac ;;\n";
     }
     std::string commands;
     for (const CLI::App* sub : commandsOf(root)) commands += " " + sub->get_name();
@@ -176,7 +192,7 @@ void writeZsh(std::ostream& out, const CLI::App& root) {
             if (takesValue(*option)) {
                 action = ":value:";
                 if (choices.empty()) {
-                    action += "_files";
+                    action += isNumber(*option) ? " " : "_files";
                 } else {
                     action += "(";
                     for (const std::string& c : choices) action += zshQuoted(c) + " ";

@@ -14,7 +14,9 @@
 
 #include "app/cli/Cli.h"
 #include "app/cli/Command.h"
+#include "app/cli/OsError.h"
 #include "app/cli/Report.h"
+#include "core/SystemError.h"
 #include "formats/jpeg/JpegTransform.h"
 
 namespace vivark::cli {
@@ -46,12 +48,13 @@ int runTransform(const TransformOptions& o, CommandContext& context) {
     }
     int status = 0;
     for (const std::string& file : o.files) {
+        clearSystemError();
         const JpegTransformResult result = transformLossless(
             file, chosen.front(), nullptr, o.perfect ? JpegEdges::Perfect : JpegEdges::Trim);
         if (!result.success) {
-            reportError(context.err, file,
-                        result.text.empty() ? std::string_view("transformation failed")
-                                            : std::string_view(result.text));
+            reportError(
+                context.err, file,
+                withSystemReason(result.text.empty() ? "transformation failed" : result.text));
             status = kFailure;
         } else if (!result.written) {
             context.out << file << ": nothing to do\n";
