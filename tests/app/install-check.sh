@@ -54,7 +54,8 @@ PKG_CONFIG_PATH=$prefix/lib/pkgconfig c++ -std=c++20 -o "$work/image-size-pc" \
   || fail "the example built with pkg-config does not read scene.png"
 
 # The Debian package holds the same files under /usr.
-(cd "$work" && cpack --config "$build/CPackConfig.cmake" -B "$work/package" >/dev/null)
+(cd "$work" && cpack --config "$build/CPackConfig.cmake" -B "$work/package" >"$work/cpack.log" 2>&1) \
+  || { cat "$work/cpack.log" >&2; fail "cpack failed"; }
 deb=$(ls "$work"/package/*.deb)
 listing=$(dpkg-deb -c "$deb")
 for file in ./usr/bin/vivark ./usr/lib/libvivark_core.a ./usr/include/vivark/core/Image.h \
