@@ -35,6 +35,12 @@ struct InfoFamily {
     const char* name;  // "GIFInfo"
     std::string (*label)(const InfoItem& item);
     std::string (*valueText)(const InfoItem& item);
+    // Items of this kind say the image was read from damaged data: what the
+    // reader could not decode was filled in. Callers that write the image
+    // elsewhere refuse it unless told to accept damage. ~0u: no such kind.
+    uint32_t damageKind = ~0u;
+
+    bool marksDamage(const InfoItem& item) const;
 };
 
 struct InfoItem {
@@ -46,6 +52,10 @@ struct InfoItem {
     std::string label() const { return family ? family->label(*this) : std::string(); }
     std::string valueText() const { return family ? family->valueText(*this) : text; }
 };
+
+inline bool InfoFamily::marksDamage(const InfoItem& item) const {
+    return item.family == this && item.kind == damageKind;
+}
 
 // One frame of a multi-image file as the file describes it; how frames are
 // composed for display belongs to the format's reader.

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "core/Errors.h"
+#include "core/SystemError.h"
 
 namespace vivark {
 
@@ -20,14 +21,19 @@ int64_t DescriptorDevice::open(const std::string& name, bool textMode) {
     do {
         fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
     } while (fd < 0 && errno == EINTR);
-    if (fd < 0) throw INFILEERROR::OpenFailed;
+    if (fd < 0) {
+        noteSystemError(errno);
+        throw INFILEERROR::OpenFailed;
+    }
     struct stat st;
     if (::fstat(fd, &st) != 0) {
+        noteSystemError(errno);
         ::close(fd);
         throw INFILEERROR::OpenFailed;
     }
     if (S_ISDIR(st.st_mode)) {
         ::close(fd);
+        noteSystemError(EISDIR);
         throw INFILEERROR::IsDirectory;
     }
     handle_ = fd;
@@ -61,6 +67,7 @@ size_t DescriptorDevice::read(uint8_t* buffer, size_t count, int64_t& position) 
         got = ::read(handle_, buffer, count);
     } while (got < 0 && errno == EINTR);
     if (got < 0) {
+        noteSystemError(errno);
         position_ = -1;
         throw INFILEERROR::ReadFailed;
     }

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "core/Errors.h"
+#include "core/SystemError.h"
 
 namespace vivark {
 namespace {
@@ -21,6 +22,8 @@ ssize_t writeOnce(int handle, const uint8_t* data, size_t count, int64_t positio
 }
 
 [[noreturn]] void throwWriteFailure(ssize_t result, int error) {
+    // A write of nothing is the system's way of saying the space ran out.
+    noteSystemError(result == 0 ? ENOSPC : error);
     if (result == 0 || (result < 0 && (error == ENOSPC || error == EDQUOT)))
         throw OUTFILEERROR::DiskFull;
     throw OUTFILEERROR::WriteFailed;
@@ -96,7 +99,10 @@ void OutFile::close() {
     if (ownsHandle_) {
         int fd = handle_;
         handle_ = -1;
-        if (::close(fd) != 0) throw OUTFILEERROR::WriteFailed;
+        if (::close(fd) != 0) {
+            noteSystemError(errno);
+            throw OUTFILEERROR::WriteFailed;
+        }
     }
     handle_ = -1;
 }

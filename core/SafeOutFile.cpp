@@ -12,11 +12,13 @@
 #include <vector>
 
 #include "core/Errors.h"
+#include "core/SystemError.h"
 
 namespace vivark {
 namespace {
 
 CREATEERROR createErrorFor(int error) {
+    noteSystemError(error);
     switch (error) {
         case EROFS:
         case ETXTBSY:
@@ -67,7 +69,7 @@ SafeOutFile::SafeOutFile(std::filesystem::path target, size_t bufferSize)
     bool keepMode = false;
     struct stat existing;
     if (::stat(target_.c_str(), &existing) == 0) {
-        if (S_ISDIR(existing.st_mode)) throw CREATEERROR::CannotCreate;
+        if (S_ISDIR(existing.st_mode)) throw createErrorFor(EISDIR);
         if (!S_ISREG(existing.st_mode)) {
             commit_ = Commit::Copy;
             folder = std::filesystem::temp_directory_path();
@@ -94,7 +96,7 @@ void SafeOutFile::createTemporary(const std::filesystem::path& folder, mode_t mo
         fd = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (fd < 0 && errno != EEXIST) throw createErrorFor(errno);
     }
-    if (fd < 0) throw CREATEERROR::CannotCreate;
+    if (fd < 0) throw createErrorFor(EEXIST);
     // open() applies the umask; an existing target's mode is restored as it was.
     if (keepMode) (void)::fchmod(fd, mode);
     try {
@@ -126,8 +128,9 @@ void SafeOutFile::copyTemporaryTo(int fd) {
             const ssize_t put = ::write(fd, buffer.data() + done, size_t(got - done));
             if (put < 0 && errno == EINTR) continue;
             if (put <= 0) {
-                const int error = errno;
+                const int error = put == 0 ? ENOSPC : errno;
                 ::close(in);
+                noteSystemError(error);
                 throw error == ENOSPC ? OUTFILEERROR::DiskFull : OUTFILEERROR::WriteFailed;
             }
             done += put;
@@ -139,17 +142,23 @@ void SafeOutFile::commit() {
     int fd = out_.handle();
     out_.flush();
     if (durable_ && commit_ == Commit::Rename && fd >= 0 && ::fsync(fd) != 0 && errno != EINVAL) {
+        noteSystemError(errno);
         throw errno == ENOSPC ? OUTFILEERROR::DiskFull : OUTFILEERROR::WriteFailed;
     }
     out_.close();
     switch (commit_) {
         case Commit::Rename:
-            if (::rename(temporary_.c_str(), target_.c_str()) != 0)
+            if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
+                noteSystemError(errno);
                 throw CREATEERROR::CannotReplace;
+            }
             break;
         case Commit::InPlace: {
             const int target = ::open(target_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-            if (target < 0) throw CREATEERROR::CannotReplace;
+            if (target < 0) {
+                noteSystemError(errno);
+                throw CREATEERROR::CannotReplace;
+            }
             try {
                 copyTemporaryTo(target);
             } catch (...) {

@@ -6,6 +6,8 @@
 // alone.
 #pragma once
 
+#include <optional>
+
 #include "core/Image.h"
 
 namespace vivark {
@@ -16,6 +18,16 @@ Image widenIndices(const Image& image, uint32_t bits);
 
 // A 24-bit image with each pixel's palette colour.
 Image expandToTrueColour(const Image& image);
+
+// The image as a palette image with exactly its own colours, when it has at
+// most `maxColours` (1..256) distinct ones: a 24-bit image, or a palette image
+// whose entries in use hold few enough colours. Nothing is lost, so the save
+// path and an adaptive reduction try this first: a screenshot or a diagram
+// keeps every colour, even two that differ by one level. The result has 8
+// bits a pixel and the colours in order of first appearance (bottom row
+// first); nothing when there are more colours. A transparent index is kept
+// when its colour stays on its own.
+std::optional<Image> exactPalette(const Image& image, uint32_t maxColours);
 
 // A 1-bit image of a palette image whose valid entries are all black or
 // white: entry 0 black, entry 1 white.

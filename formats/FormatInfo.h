@@ -12,6 +12,13 @@ struct FormatInfo {
     uint32_t height = 0;
     uint32_t bitsPerPixel = 0;  // the file's depth summary: 24 for three 8-bit channels
     FormatTag formatTag = 0;
+    // The samples behind that summary, where the test can tell: their number
+    // per pixel (grey 1, grey and alpha 2, colour 3, colour and alpha 4;
+    // palette indices 1) and their depth; 0 when not told.
+    uint8_t samplesPerPixel = 0;
+    uint8_t bitsPerSample = 0;
+    bool hasAlpha = false;
+    bool indexed = false;
 };
 
 }  // namespace vivark

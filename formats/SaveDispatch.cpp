@@ -2,6 +2,7 @@
 // commit).
 #include "formats/SaveDispatch.h"
 
+#include <optional>
 #include <vector>
 
 #include "core/Errors.h"
@@ -92,6 +93,11 @@ Image toPalette(const Image& image, const WriterEntry& writer, const SaveOptions
     if (bits == 0) throw SAVEERROR::NeedsColourReduction;
     if (bits == 1) return toBlackAndWhite(image, options, progress);
     const uint32_t wanted = 1u << bits;
+    // Few enough colours: the image's own, exactly, whatever the reduction
+    // settings say (there is nothing to reduce).
+    if (std::optional<Image> exact = exactPalette(image, wanted)) {
+        return bits == 8 ? std::move(*exact) : widenIndices(*exact, bits);
+    }
     const uint32_t dither = uint32_t(options.integer(saveKey::DitherType));
     Image reduced = image;
     auto count = reduceColours(reduced, wanted, uint32_t(options.integer(saveKey::PaletteType)),

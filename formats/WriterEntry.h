@@ -29,6 +29,14 @@ using WritePagesFunction = void (*)(std::span<const Image>, OutFile&, const Save
 // What a format needs of a palette image's colours.
 enum class ColourNeed : uint8_t { Any, Grey, BlackAndWhite };
 
+// What a format stores besides the pixels of one image; a conversion that
+// loses the rest says so (the command line warns).
+enum WriterKeeps : uint8_t {
+    kKeepsAlpha = 1,             // an alpha plane (Image::secondPlane)
+    kKeepsTransparentIndex = 2,  // a palette image's transparent entry
+    kKeepsPages = 4,             // every page or frame of a multi-image file
+};
+
 // The set of depths {d...}: bit d set.
 constexpr uint32_t depthSet(std::initializer_list<uint32_t> depths) {
     uint32_t set = 0;
@@ -50,6 +58,8 @@ struct WriterEntry {
     std::string_view trueColourKey = {};
     // Null when the format holds one page only.
     WritePagesFunction writePages = nullptr;
+    // WriterKeeps bits.
+    uint8_t keeps = 0;
 
     bool accepts(uint32_t bitsPerPixel) const {
         return bitsPerPixel < 32 && (depths >> bitsPerPixel & 1) != 0;

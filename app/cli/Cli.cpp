@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "app/cli/Command.h"
+#include "app/cli/Generate.h"
 #include "app/settings/TextFileStore.h"
 #include "textimg/LoaderFallback.h"
 
@@ -19,6 +20,12 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     app.set_version_flag("--version", std::string("vivark ") + VIVARK_VERSION);
     app.require_subcommand(0, 1);
     app.footer("Run 'vivark COMMAND --help' for the options of a command.");
+
+    // Hidden: the build makes the manual pages and completions with it.
+    std::vector<std::string> generateRequest;
+    app.add_option("--generate", generateRequest, "man DIR | bash|zsh|fish [FILE]")
+        ->expected(1, 2)
+        ->group("");
 
     CommandContext context{out, err};
     std::vector<std::pair<CLI::App*, CommandAction>> actions;
@@ -40,6 +47,7 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
         return kUsage;
     }
 
+    if (!generateRequest.empty()) return generate(app, generateRequest, out, err);
     for (auto& [command, action] : actions)
         if (command->parsed()) return action();
 

@@ -13,6 +13,11 @@
 // A --page beyond the file's pages is an error that names how many it has.
 // --all-pages reads every page from --page on and writes them into one file
 // where the format holds pages (TIFF); other formats get the first.
+//
+// What the conversion loses (alpha, pages, colours) is said in one warning
+// line each (Warnings.h); a source the reader found damaged is refused unless
+// --allow-damaged accepts what could be read. Failures name the file they
+// belong to, with the system's reason (OsError.h).
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -29,9 +34,15 @@
 #include "app/cli/Command.h"
 #include "app/cli/ConvertOperations.h"
 #include "app/cli/Interrupt.h"
+#include "app/cli/OsError.h"
 #include "app/cli/ProgressBar.h"
+#include "app/cli/Reduction.h"
 #include "app/cli/Report.h"
+#include "app/cli/SettingLookup.h"
+#include "app/cli/Warnings.h"
+#include "app/cli/WriterChoice.h"
 #include "core/SafeOutFile.h"
+#include "core/SystemError.h"
 #include "formats/DepthConvert.h"
 #include "formats/ErrorMessages.h"
 #include "formats/Loader.h"
@@ -52,6 +63,8 @@ struct ConvertOptions {
     OperationSettings operationSettings;
     std::string palette;
     std::string dither;
+    bool allowDamaged = false;
+    Verbosity verbosity = Verbosity::Normal;
 };
 
 // The words of --palette and --dither and the types they stand for.
@@ -103,28 +116,42 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
         reportError(context.err, "", "writing to standard output needs --to FORMAT");
         return kUsage;
     }
-    const WriterEntry* writer =
-        options.format.empty()
-            ? findWriterByExtension(std::filesystem::path(options.output).extension().string())
-            : findWriterByName(options.format);
+    const Diagnostics diagnostics(context.err, options.verbosity);
+    const WriterChoice choice = chooseWriter(options.format, options.output);
+    const WriterEntry* writer = choice.writer;
     if (!writer) {
-        reportError(context.err, "",
-                    options.format.empty()
-                        ? "cannot tell the format from '" + options.output + "'; use --to"
-                        : "unknown format '" + options.format + "'");
+        reportError(context.err,
+                    choice.problem.find("cannot be written") != std::string::npos
+                        ? std::string_view(options.output)
+                        : std::string_view(),
+                    choice.problem);
         return kUsage;
     }
     StoredSaveOptions stored;
     SaveOptionOverlay saveOptions(stored);
     for (const std::string& assignment : options.assignments) {
-        if (!saveOptions.setAssignment(assignment)) {
-            reportError(context.err, "", "bad save option '" + assignment + "'");
+        std::string problem;
+        const std::string checked = checkedAssignment(assignment, problem);
+        if (checked.empty() || !saveOptions.setAssignment(checked)) {
+            reportError(context.err, "",
+                        problem.empty() ? "bad save option '" + assignment + "'" : problem);
             return kUsage;
         }
     }
 
     setFromWord(saveOptions, saveKey::PaletteType, options.palette, kPaletteWords);
     setFromWord(saveOptions, saveKey::DitherType, options.dither, kDitherWords);
+    const auto paletteType = uint32_t(saveOptions.integer(saveKey::PaletteType));
+    const auto ditherType = uint32_t(saveOptions.integer(saveKey::DitherType));
+    const bool trueColourTaken = writer->accepts(24) && (writer->trueColourKey.empty() ||
+                                                         saveOptions.flag(writer->trueColourKey));
+    if (std::string refused =
+            refusedBeforeLoad(options.operations.colours(), paletteType, ditherType,
+                              !options.dither.empty(), *writer, trueColourTaken);
+        !refused.empty()) {
+        reportError(context.err, "", refused);
+        return kUsage;
+    }
 
     InterruptGuard interruptible;
     ProgressBar loading(options.input);
@@ -138,6 +165,7 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
         standardInput = readStandardInput();
         memory = InFile::overMemory(standardInput);
     }
+    clearSystemError();
     const LoadResult loaded =
         memory ? load(image, *memory, read) : loadFile(image, options.input, read);
     // A page the file does not have: ask the headers how many it has.
@@ -163,9 +191,17 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
         return kFailure;
     }
     if (!loaded.completed) {
-        reportMessage(context.err, options.input,
-                      loaded.message != msg::None ? loaded.message : msg::Unknown);
+        reportLoadFailure(context.err, options.input,
+                          loaded.message != msg::None ? loaded.message : msg::Unknown);
         return kFailure;
+    }
+    if (const std::string damage = damageOf(image); !damage.empty()) {
+        if (!options.allowDamaged) {
+            reportError(context.err, options.input,
+                        damage + " (--allow-damaged writes what could be read)");
+            return kFailure;
+        }
+        diagnostics.warn(options.input, "damaged: " + damage + "; writing what could be read");
     }
     // With --all-pages every further page of the file is read too.
     std::vector<Image> pageImages;
@@ -179,8 +215,8 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
             const LoadResult got =
                 memory ? load(next, *memory, more) : loadFile(next, options.input, more);
             if (!got.completed) {
-                reportMessage(context.err, options.input,
-                              got.message != msg::None ? got.message : msg::Unknown);
+                reportLoadFailure(context.err, options.input,
+                                  got.message != msg::None ? got.message : msg::Unknown);
                 return kFailure;
             }
             pageImages.push_back(std::move(next));
@@ -188,8 +224,8 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
     }
     try {
         OperationSettings& settings = options.operationSettings;
-        settings.paletteType = uint32_t(saveOptions.integer(saveKey::PaletteType));
-        settings.ditherType = uint32_t(saveOptions.integer(saveKey::DitherType));
+        settings.paletteType = paletteType;
+        settings.ditherType = ditherType;
         ProgressBar working(options.input);
         settings.progress = &working;
         for (Image& page : pageImages) {
@@ -210,11 +246,40 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
         }
         working.done();
         ProgressBar saving(options.output);
+        std::vector<Image> converted;
+        for (const Image& page : pageImages)
+            converted.push_back(convertForWriter(page, *writer, saveOptions, &saving));
+        // Pages beyond the ones written are lost unless the user chose a page
+        // or the writer took them all.
+        const bool pagesKept = options.page > 1 || (options.allPages && writer->writePages);
+        const std::vector<std::string> losses =
+            lossesOf(pageImages.front(), converted.front(), *writer, pagesKept);
+        // --palette and --dither shape a reduction; with none they do nothing.
+        const bool reduced = options.operations.colours() != 0 ||
+                             converted.front().bitsPerPixel() != pageImages.front().bitsPerPixel();
+        if ((!options.palette.empty() || !options.dither.empty()) && !reduced) {
+            reportError(context.err, "",
+                        "--palette and --dither apply to a colour reduction, and " +
+                            std::string(writer->menuName) +
+                            " stores this image without one; add --colors N");
+            return kUsage;
+        }
+        clearSystemError();
         if (toStdout)
-            saveImageTo(pageImages.front(), SafeOutFile::kStandardOutput, *writer, saveOptions,
+            saveImageTo(converted.front(), SafeOutFile::kStandardOutput, *writer, saveOptions,
                         &saving);
         else
-            saveImagePages(pageImages, options.output, *writer, saveOptions, &saving);
+            saveImagePages(converted, options.output, *writer, saveOptions, &saving);
+        const std::string_view shownInput = options.input == "-" ? "standard input" : options.input;
+        for (const std::string& loss : losses) diagnostics.warn(shownInput, loss);
+        diagnostics.note(
+            toStdout ? "standard output" : options.output,
+            "written as " + std::string(writer->menuName) + ", " +
+                std::to_string(converted.front().width()) + "x" +
+                std::to_string(converted.front().height()) + ", " +
+                std::to_string(converted.front().bitsPerPixel()) + " bits per pixel" +
+                (converted.size() > 1 ? ", " + std::to_string(converted.size()) + " pages"
+                                      : std::string()));
     } catch (...) {
         if (interrupted()) {
             reportError(context.err, options.output, "interrupted; nothing was written");
@@ -222,7 +287,12 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
         }
         MessageId id = saveMessageForCurrentException();
         if (id == msg::None) id = msg::Unknown;
-        reportError(context.err, options.input, formatMessage(id, options.output));
+        // The file comes first in the line: the output, or the input when the
+        // image itself cannot be stored in the format.
+        if (id == msg::NeedsColourReduction)
+            reportError(context.err, options.input, formatMessage(id, options.output));
+        else
+            reportSaveFailure(context.err, toStdout ? "standard output" : options.output, id);
         return kFailure;
     }
     return kSuccess;
@@ -258,6 +328,9 @@ void registerConvert(CLI::App& app, CommandContext& context,
     command->add_option("--dither", options->dither, "Dither of a reduction")
         ->check(CLI::IsMember(wordsOf(kDitherWords)));
     options->operations.add(*command, options->operationSettings);
+    command->add_flag("--allow-damaged", options->allowDamaged,
+                      "Write what could be read of a damaged source (with a warning)");
+    addVerbosityFlags(*command, options->verbosity);
     actions.emplace_back(command, [options, &context] { return runConvert(*options, context); });
 }
 

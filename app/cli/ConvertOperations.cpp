@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 #include <variant>
 
+#include "app/cli/Reduction.h"
 #include "app/settings/SettingKeys.h"
 #include "core/ErrorMapping.h"
 #include "core/Errors.h"
@@ -232,8 +234,9 @@ bool applyTurn(Image& image, const std::string& argument, OperationSettings& set
 }
 
 bool applyColours(Image& image, const std::string& argument, OperationSettings& settings) {
-    const auto count = reduceColours(image, *number<uint32_t>(argument), settings.paletteType,
-                                     settings.ditherType, settings.progress);
+    // At most N colours whatever the palette type (Reduction.h).
+    const auto count = reduceAtMost(image, *number<uint32_t>(argument), settings.paletteType,
+                                    settings.ditherType, settings.progress);
     if (!count) return false;
     settings.reducedTo = *count;
     return true;
@@ -427,6 +430,14 @@ std::vector<OperationStep> OperationOptions::steps() const {
         steps.push_back({entry, argument});
     }
     return steps;
+}
+
+uint32_t OperationOptions::colours() const {
+    uint32_t colours = 0;
+    for (const OperationStep& step : steps())
+        if (std::string_view(step.entry->option) == "--colors")
+            colours = uint32_t(std::strtoul(step.argument.c_str(), nullptr, 10));
+    return colours;
 }
 
 bool applyOperations(Image& image, const std::vector<OperationStep>& steps,

@@ -74,6 +74,8 @@ class OperationOptions {
     void add(CLI::App& command, OperationSettings& settings);
     // The steps of the parsed command line, in the order given.
     std::vector<OperationStep> steps() const;
+    // The N of the last --colors step, 0 when there is none.
+    uint32_t colours() const;
 
   private:
     CLI::App* command_ = nullptr;

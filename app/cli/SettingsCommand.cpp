@@ -1,15 +1,18 @@
 // "vivark settings": lists, shows, changes and resets the persistent
 // settings of the active store.
 //
+//   vivark settings                         the same as "settings list"
 //   vivark settings list [--all] [--json]   values that differ from their
 //                                           defaults (--all: every setting)
 //   vivark settings get KEY
 //   vivark settings set KEY VALUE
 //   vivark settings reset KEY | --all
 //
-// Keys are matched without regard to case. An unknown key or a value of the
-// wrong kind is a usage error, reported as "vivark: KEY: message"; a store
-// that cannot be written is a failure. Value forms are SettingText.h's.
+// Keys are matched without regard to case, and save options by the shorter
+// names SettingLookup.h accepts. An unknown key (answered with the nearest
+// ones), a value of the wrong kind or outside the option's range is a usage
+// error, reported as "vivark: KEY: message"; a store that cannot be written
+// is a failure. Value forms are SettingText.h's.
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <ostream>
@@ -17,6 +20,7 @@
 #include "app/cli/Cli.h"
 #include "app/cli/Command.h"
 #include "app/cli/Report.h"
+#include "app/cli/SettingLookup.h"
 #include "app/settings/SettingText.h"
 #include "app/settings/TextFileStore.h"
 
@@ -150,9 +154,8 @@ int listSettings(const SettingsOptions& options, std::ostream& out) {
 }
 
 const SettingRef* requireSetting(std::string_view key, std::ostream& err) {
-    const SettingRef* setting = settings::findSetting(key);
-    if (setting == nullptr)
-        reportError(err, key, "unknown setting (see 'vivark settings list --all')");
+    const SettingRef* setting = findNamedSetting(key);
+    if (setting == nullptr) reportError(err, key, "unknown setting; " + nearestKeys(key, false));
     return setting;
 }
 
@@ -165,6 +168,10 @@ int reportStored(settings::SetFromText result, std::string_view key, std::ostrea
 int setSetting(const SettingsOptions& options, std::ostream& err) {
     const SettingRef* setting = requireSetting(options.key, err);
     if (setting == nullptr) return kUsage;
+    if (std::string range = rangeProblem(*setting, options.value); !range.empty()) {
+        reportError(err, settings::settingKey(*setting), range + ", not " + options.value);
+        return kUsage;
+    }
     auto result = settings::setFromText(*setting, options.value);
     if (result == settings::SetFromText::BadValue) {
         reportError(err, options.key,
@@ -202,7 +209,7 @@ void registerSettings(CLI::App& app, CommandContext& context,
                       std::vector<std::pair<CLI::App*, CommandAction>>& actions) {
     auto options = std::make_shared<SettingsOptions>();
     CLI::App* command = app.add_subcommand("settings", "Show and change the persistent settings");
-    command->require_subcommand(1);
+    command->require_subcommand(0, 1);
     std::filesystem::path directory = settings::TextFileStore::userDirectory();
     command->footer("Settings equal to their defaults are not stored. The store is " +
                     (directory.empty()
@@ -230,7 +237,8 @@ void registerSettings(CLI::App& app, CommandContext& context,
     reset->add_flag("--all", options->all, "Reset every setting");
 
     actions.emplace_back(command, [=, &context]() -> int {
-        if (list->parsed()) return listSettings(*options, context.out);
+        if (list->parsed() || command->get_subcommands().empty())
+            return listSettings(*options, context.out);
         if (set->parsed()) return setSetting(*options, context.err);
         if (reset->parsed()) return resetSettings(*options, context.err);
         if (!get->parsed()) return kUsage;

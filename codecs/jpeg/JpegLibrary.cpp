@@ -26,12 +26,29 @@ void errorExit(j_common_ptr cinfo) {
     std::longjmp(state.jump, 1);
 }
 
-void emitMessage(j_common_ptr cinfo, int level) {
-    // Warnings (level < 0) are remembered, trace messages ignored.
-    if (level < 0) {
-        stateOf(cinfo).lastMessage = cinfo->err->msg_code;
-        ++cinfo->err->num_warnings;
+// Warnings about the headers only; every other warning means pixels were
+// lost or guessed (a premature end, corrupt or extraneous data, a bad code).
+bool warnsOfDamage(int code) {
+    switch (code) {
+        case JWRN_ADOBE_XFORM:
+        case JWRN_JFIF_MAJOR:
+        case JWRN_BOGUS_ICC:
+            return false;
+        default:
+            return true;
     }
+}
+
+void emitMessage(j_common_ptr cinfo, int level) {
+    // Warnings (level < 0) are remembered, trace messages ignored. The text is
+    // formatted now, while the library's parameters still belong to it.
+    if (level >= 0) return;
+    JpegErrorState& state = stateOf(cinfo);
+    ++cinfo->err->num_warnings;
+    if (state.warningIsDamage) return;
+    state.warningCode = cinfo->err->msg_code;
+    state.warningIsDamage = warnsOfDamage(state.warningCode);
+    cinfo->err->format_message(cinfo, state.warningText);
 }
 
 void outputMessage(j_common_ptr) {}

@@ -44,8 +44,14 @@ struct JpegErrorState {
     jpeg_progress_mgr progressManager{};
     std::jmp_buf jump{};
     bool compressing = false;
-    int errorCode = -1;   // library code of the error that ended a step
-    int lastMessage = 0;  // library code of the last warning (0: none)
+    int errorCode = -1;  // library code of the error that ended a step
+    // The warning that matters most: the first one that says the pixel data is
+    // damaged (a premature end, corrupt data), else the last one. Its code
+    // (0: none) and the library's own text, formatted with its parameters
+    // when it was raised.
+    int warningCode = 0;
+    bool warningIsDamage = false;
+    char warningText[JMSG_LENGTH_MAX] = {};
     bool cancelled = false;
     ProgressCallback* progress = nullptr;
     std::exception_ptr pending;  // an InFile or OutFile failure under a manager

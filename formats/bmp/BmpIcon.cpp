@@ -4,16 +4,26 @@
 // bitmap of "IC" and "PT"). A Windows icon's AND mask, which follows its
 // picture, becomes the Image's second plane (1 where the screen shows
 // through); a file that ends before its mask keeps its picture without one.
-// An icon image stored as PNG is refused with BMPERROR::UnsupportedCompression.
+//
+// A Windows icon file holds several pictures of one icon. Its pages are its
+// entries ordered largest first, then deepest, then in file order, so page 1
+// (the default) is the best picture and --page picks another; the reader
+// lists every entry as an "IconInfo" item in that order. An entry stored as
+// PNG (as icons have been since 2007) is read by the PNG reader, with its
+// alpha.
+#include <algorithm>
+#include <string>
 #include <vector>
 
 #include "core/Errors.h"
 #include "formats/bmp/BmpFormat.h"
+#include "formats/png/PngReader.h"
 
 namespace vivark::bmp {
 namespace {
 
 constexpr uint32_t kIconEntrySize = 16;
+constexpr uint32_t kMaxIconEntries = 1024;      // far beyond any real icon
 constexpr uint32_t kPngSignature = 0x474E5089;  // 0x89 "PNG" read little-endian
 
 // The info header of an image whose stored height covers the picture and
@@ -41,6 +51,43 @@ void readAndMask(InFile& file, const BmpHeader& header, Image& image) {
     image.secondPlaneKind = SecondPlane::AndMask;
 }
 
+struct IconEntry {
+    uint32_t width, height, bitCount, offset, size;
+    bool png = false;
+};
+
+std::string describeEntry(const IconEntry& e) {
+    return std::to_string(e.width) + "x" + std::to_string(e.height) + ", " +
+           std::to_string(e.bitCount) + (e.bitCount == 1 ? " bit" : " bits") +
+           (e.png ? ", PNG" : "");
+}
+
+const InfoFamily kIconInfo = {
+    "IconInfo",
+    [](const InfoItem& item) { return "Entry " + std::to_string(item.kind + 1); },
+    [](const InfoItem& item) { return item.text; },
+};
+
+// The picture of an entry stored as PNG, read by the PNG reader from the
+// entry's offset, which becomes the file's origin for the read.
+void readPngEntry(InFile& file, const IconEntry& entry, Image& image, const ReadOptions& options) {
+    const int64_t origin = file.origin();
+    file.setOrigin(origin + entry.offset);
+    file.seek(0);
+    ReadOptions one = options;
+    one.page = 1;
+    Image picture;
+    try {
+        makePngReader(file)->read(picture, one);
+    } catch (...) {
+        file.setOrigin(origin);
+        throw;
+    }
+    file.setOrigin(origin);
+    picture.keepRequestOf(image);
+    image = std::move(picture);
+}
+
 }  // namespace
 
 void readWindowsIcon(InFile& file, Image& image, const ReadOptions& options) {
@@ -48,28 +95,54 @@ void readWindowsIcon(InFile& file, Image& image, const ReadOptions& options) {
     const uint16_t type = file.readLE16();
     const uint16_t count = file.readLE16();
     if ((type != 1 && type != 2) || count == 0) throw BMPERROR::InvalidFile;
-    if (uint64_t{count} * kIconEntrySize > bytesLeft(file)) throw INFILEERROR::UnexpectedEnd;
+    if (uint64_t{count} * kIconEntrySize > bytesLeft(file) || count > kMaxIconEntries)
+        throw INFILEERROR::UnexpectedEnd;
 
-    uint64_t bestArea = 0;
-    uint32_t bestOffset = 0;
+    const uint64_t total = file.size() - static_cast<uint64_t>(file.origin());
+    std::vector<IconEntry> entries;
+    entries.reserve(count);
     for (uint16_t i = 0; i < count; ++i) {
         uint8_t entry[kIconEntrySize];
         file.read(entry, sizeof entry);
-        const uint64_t width = entry[0] ? entry[0] : 256;
-        const uint64_t height = entry[1] ? entry[1] : 256;
-        if (width * height > bestArea) {
-            bestArea = width * height;
-            bestOffset = loadLE32(entry + 12);
-        }
+        IconEntry e{entry[0] ? entry[0] : 256u, entry[1] ? entry[1] : 256u, loadLE16(entry + 6),
+                    loadLE32(entry + 12), loadLE32(entry + 8)};
+        // Old files leave the bit count 0 and give the colour count instead.
+        if (e.bitCount == 0 && entry[2] != 0)
+            for (uint32_t colours = 2, bits = 1; bits <= 8; colours <<= 1, ++bits)
+                if (colours >= entry[2]) {
+                    e.bitCount = bits;
+                    break;
+                }
+        entries.push_back(e);
     }
-    const uint64_t total = file.size() - static_cast<uint64_t>(file.origin());
-    if (!rangeInside(bestOffset, 4, total)) throw BMPERROR::InvalidFile;
-    file.seek(bestOffset);
-    if (file.readLE32() == kPngSignature) throw BMPERROR::UnsupportedCompression;
-    file.seek(bestOffset);
-    const BmpHeader header = readMaskedHeader(file);
-    readBitmapBody(file, header, 0, image, options);
-    if (header.compression == kNone && !header.topDown) readAndMask(file, header, image);
+    for (IconEntry& e : entries) {
+        if (!rangeInside(e.offset, 4, total)) continue;
+        file.seek(e.offset);
+        e.png = file.readLE32() == kPngSignature;
+    }
+    std::stable_sort(entries.begin(), entries.end(), [](const IconEntry& a, const IconEntry& b) {
+        const uint64_t areaA = uint64_t{a.width} * a.height, areaB = uint64_t{b.width} * b.height;
+        return areaA != areaB ? areaA > areaB : a.bitCount > b.bitCount;
+    });
+    std::vector<InfoItem> listed;
+    if (image.keepInfo)
+        for (uint32_t i = 0; i < entries.size(); ++i)
+            listed.push_back({&kIconInfo, i, 0, describeEntry(entries[i])});
+    // A page beyond the entries reads the first; the caller refuses it by
+    // the page count.
+    const IconEntry& chosen =
+        entries[image.pageNumber >= 1 && image.pageNumber <= count ? image.pageNumber - 1 : 0];
+    if (!rangeInside(chosen.offset, 4, total)) throw BMPERROR::InvalidFile;
+    if (chosen.png) {
+        readPngEntry(file, chosen, image, options);
+    } else {
+        file.seek(chosen.offset);
+        const BmpHeader header = readMaskedHeader(file);
+        readBitmapBody(file, header, 0, image, options);
+        if (header.compression == kNone && !header.topDown) readAndMask(file, header, image);
+    }
+    image.info.insert(image.info.begin(), listed.begin(), listed.end());
+    image.pageCount = count;
     image.formatTag = type == 1 ? kTagWindowsIcon : kTagCursor;
 }
 

@@ -3,14 +3,18 @@
 // The first little-endian word names the file: "BM" bitmap, "IC" and "CI"
 // icons, "PT" and "CP" pointers, "BA" an array (its first element, 14 bytes
 // on, is identified instead, one level deep), or 0 followed by resource type
-// 1 or 2 (a Windows icon or cursor file, whose first directory entry gives the
-// offset of the image header). The image header's size must be 12 (16-bit
+// 1 or 2 (a Windows icon or cursor file, whose directory entries give the
+// offsets of the image headers). The image header's size must be 12 (16-bit
 // fields) or at least 16 (32-bit width and height); width must be positive,
 // height non-zero (a negative one counts by its size) and the bit count 1 to
 // 32. Icons ("IC", Windows icons and cursors) and "PT" pointers stack image and
 // mask, so their height is halved. Tags: "BMP ", or "BMPW" for a "BM" file with
 // a 40-byte header and compression below 4; "ICO " ("IC", "CI"), "ICOW",
-// "CUR ", "PTR " ("PT", "CP"). An array reports its first element's tag.
+// "CUR ", "PTR " ("PT", "CP"). An array reports its first element's tag. A
+// Windows icon or cursor is measured by the entry its reader shows first (the
+// largest, then the deepest); an entry stored as PNG by its directory entry.
+#include <algorithm>
+
 #include "formats/IdentifySupport.h"
 #include "formats/bmp/BmpFormat.h"
 
@@ -63,10 +67,29 @@ bool measureFile(InFile& file, FormatInfo& found, bool insideArray) {
         if (insideArray) return false;
         const uint16_t resourceType = file.readLE16();
         if (resourceType != 1 && resourceType != 2) return false;
-        if (file.readLE16() == 0) return false;  // no images
-        uint8_t entry[16];
+        const uint16_t count = file.readLE16();
+        if (count == 0 || count > 1024) return false;  // no images, or not an icon
+        // The entry the reader shows first: the largest, then the deepest.
+        uint8_t entry[16], candidate[16];
         file.read(entry, sizeof entry);
+        for (uint16_t i = 1; i < count; ++i) {
+            file.read(candidate, sizeof candidate);
+            auto area = [](const uint8_t* e) {
+                return uint32_t(e[0] ? e[0] : 256) * uint32_t(e[1] ? e[1] : 256);
+            };
+            if (area(candidate) > area(entry) ||
+                (area(candidate) == area(entry) && loadLE16(candidate + 6) > loadLE16(entry + 6)))
+                std::copy(candidate, candidate + sizeof candidate, entry);
+        }
         found.formatTag = resourceType == 1 ? makeTag("ICOW") : makeTag("CUR ");
+        file.seek(start + loadLE32(entry + 12));
+        // An entry stored as PNG: the directory gives its size and depth.
+        if (file.readLE32() == 0x474E5089) {
+            found.width = entry[0] != 0 ? entry[0] : 256;
+            found.height = entry[1] != 0 ? entry[1] : 256;
+            found.bitsPerPixel = loadLE16(entry + 6) != 0 ? loadLE16(entry + 6) : 32;
+            return true;
+        }
         file.seek(start + loadLE32(entry + 12));
         return measureHeader(file, found, true, false);
     }

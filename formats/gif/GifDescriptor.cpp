@@ -48,7 +48,9 @@ const WriterEntry kGifWriters[] = {
      makeTag("GIF "),
      depthSet({1, 4, 8}),
      ColourNeed::Any,
-     writeGif},
+     writeGif,
+     {},
+     kKeepsTransparentIndex},
 };
 
 }  // namespace

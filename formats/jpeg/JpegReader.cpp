@@ -19,8 +19,11 @@ namespace vivark {
 
 const InfoFamily kJfifInfo = {
     "JFIFInfo",
-    [](const InfoItem&) { return std::string("Library Message"); },
-    [](const InfoItem& item) { return std::string(messageText(item.value)); },
+    [](const InfoItem& item) {
+        return std::string(item.kind == kJfifDamage ? "Damaged" : "Library Warning");
+    },
+    [](const InfoItem& item) { return item.text; },
+    kJfifDamage,
 };
 
 namespace {
@@ -96,8 +99,11 @@ void JpegReader::readInto(Image& image, const ReadOptions& options) {
         }
         if (image.keepComment) result.comment = std::move(comment);
         result.exif = std::move(exif);
-        if (d.state.lastMessage != 0 && image.keepInfo)
-            result.info.push_back({&kJfifInfo, 0, jpegMessageId(d.state.lastMessage), {}});
+        // A damage warning is kept even when information items are not: the
+        // caller decides whether a damaged image may be used.
+        if (d.state.warningCode != 0 && (image.keepInfo || d.state.warningIsDamage))
+            result.info.push_back({&kJfifInfo, d.state.warningIsDamage ? kJfifDamage : 0,
+                                   uint32_t(d.state.warningCode), d.state.warningText});
         result.formatTag = makeTag("JFIF");
         result.keepRequestOf(image);
         image = std::move(result);

@@ -8,8 +8,10 @@
 //  - The EXIF orientation of an APP1 block is applied while reading, so the
 //    Image is upright; the block itself is kept in Image::exif.
 //  - Resolution comes from the JFIF density, comments from COM markers (when
-//    the image keeps comments), and the library's last warning is recorded as
-//    a "JFIFInfo" item whose value is its message identifier.
+//    the image keeps comments). The library's warning is recorded as a
+//    "JFIFInfo" item with the library's code as value and its own text; kind
+//    kJfifDamage marks a warning that pixels were lost (a premature end,
+//    corrupt data), which the family reports as damage (ImageInfo.h).
 // Library errors throw JFIFERROR (message 11000 + value); a header the library
 // refuses throws JPEGERROR::BadHeader. Format tag "JFIF".
 #pragma once
@@ -24,7 +26,9 @@ namespace vivark {
 
 std::unique_ptr<ImageReader> makeJpegReader(InFile& file);
 
-// The family of the reader's info items; kind 0 is the library's last warning.
+// The family of the reader's info items: kind 0 is a warning about the
+// headers, kJfifDamage one about the pixel data.
+inline constexpr uint32_t kJfifDamage = 1;
 extern const InfoFamily kJfifInfo;
 
 }  // namespace vivark

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "core/InFile.h"
@@ -92,6 +93,44 @@ JpegTransformResult failed(MessageId id, const std::string& name) {
     return {false, false, id, formatMessage(id, name)};
 }
 
+// The size after `code`: a flip or turn that moves an edge of partial blocks
+// (the picture's size is not a multiple of the block size) onto the other
+// side drops that edge, as lossless JPEG tools do.
+void resultSize(JpegTransformResult& r, JpegTransformCode code, uint32_t blockW, uint32_t blockH) {
+    const uint32_t trimmedW = r.width - r.width % blockW;
+    const uint32_t trimmedH = r.height - r.height % blockH;
+    uint32_t w = r.width, h = r.height;
+    bool swap = false;
+    switch (code) {
+        case JpegTransformCode::FlipHorizontal:
+            w = trimmedW;
+            break;
+        case JpegTransformCode::FlipVertical:
+            h = trimmedH;
+            break;
+        case JpegTransformCode::Transpose:
+            swap = true;
+            break;
+        case JpegTransformCode::Transverse:
+            w = trimmedW, h = trimmedH, swap = true;
+            break;
+        case JpegTransformCode::Rotate90:
+            h = trimmedH, swap = true;
+            break;
+        case JpegTransformCode::Rotate180:
+            w = trimmedW, h = trimmedH;
+            break;
+        case JpegTransformCode::Rotate270:
+            w = trimmedW, swap = true;
+            break;
+        default:
+            break;
+    }
+    r.trimmed = w != r.width || h != r.height;
+    r.newWidth = swap ? h : w;
+    r.newHeight = swap ? w : h;
+}
+
 bool writeAll(int fd, std::span<const uint8_t> bytes) {
     while (!bytes.empty()) {
         const ssize_t n = ::write(fd, bytes.data(), bytes.size());
@@ -125,7 +164,7 @@ JpegTransformCode transformForOrientation(int orientation) {
 }
 
 JpegTransformResult transformLossless(const std::filesystem::path& path, JpegTransformCode code,
-                                      ProgressCallback* progress) {
+                                      ProgressCallback* progress, JpegEdges edges) {
     std::vector<uint8_t> source;
     try {
         InFile in(32768);
@@ -148,14 +187,33 @@ JpegTransformResult transformLossless(const std::filesystem::path& path, JpegTra
     }
 
     TjHandle tj;
+    JpegTransformResult done{true, true, msg::None, {}};
+    int width = 0, height = 0, subsampling = 0, colourspace = 0;
+    if (tj.handle == nullptr ||
+        tjDecompressHeader3(tj.handle, source.data(), static_cast<unsigned long>(source.size()),
+                            &width, &height, &subsampling, &colourspace) != 0)
+        return {false, false, msg::None, tj.handle ? tjGetErrorStr2(tj.handle) : "TurboJPEG"};
+    done.width = static_cast<uint32_t>(width);
+    done.height = static_cast<uint32_t>(height);
+    const bool knownSampling = subsampling >= 0 && subsampling < TJ_NUMSAMP;
+    resultSize(done, code, knownSampling ? uint32_t(tjMCUWidth[subsampling]) : 8u,
+               knownSampling ? uint32_t(tjMCUHeight[subsampling]) : 8u);
+    if (done.trimmed && edges == JpegEdges::Perfect) {
+        done.success = done.written = false;
+        done.text = "the transformation would trim the picture from " + std::to_string(done.width) +
+                    "x" + std::to_string(done.height) + " to " + std::to_string(done.newWidth) +
+                    "x" + std::to_string(done.newHeight) + "; nothing was written";
+        return done;
+    }
+
     TjBuffer output;
     unsigned long outputSize = 0;
     tjtransform transform{};
     transform.op = operationOf(code);
     transform.options = TJXOPT_TRIM | (segments.progressive ? TJXOPT_PROGRESSIVE : 0);
-    if (tj.handle == nullptr || tjTransform(tj.handle, source.data(), source.size(), 1,
-                                            &output.data, &outputSize, &transform, 0) != 0)
-        return {false, false, msg::None, tj.handle ? tjGetErrorStr2(tj.handle) : "TurboJPEG"};
+    if (tjTransform(tj.handle, source.data(), source.size(), 1, &output.data, &outputSize,
+                    &transform, 0) != 0)
+        return {false, false, msg::None, tjGetErrorStr2(tj.handle)};
 
     std::span<uint8_t> result(output.data, outputSize);
     if (automatic) {
@@ -189,7 +247,7 @@ JpegTransformResult transformLossless(const std::filesystem::path& path, JpegTra
         std::filesystem::remove(temporary, ignored);
         return failed(msg::CannotReplaceFile, path.string());
     }
-    return {true, true, msg::None, {}};
+    return done;
 }
 
 }  // namespace vivark

@@ -39,10 +39,21 @@ struct JpegTransformResult {
     bool written = false;           // false when automatic mode found nothing to do
     MessageId message = msg::None;  // CannotCreateTemp or CannotReplaceFile, or a read failure
     std::string text;               // the message for the user, name filled in
+    // The picture's size before and after; they differ (beyond the swap of a
+    // quarter turn) when partial edge blocks were trimmed.
+    uint32_t width = 0, height = 0;
+    uint32_t newWidth = 0, newHeight = 0;
+    bool trimmed = false;
 };
 
+// How the transformation treats edge blocks it cannot move: Trim drops them
+// (the picture loses up to one block row or column), Perfect refuses such a
+// transformation and writes nothing.
+enum class JpegEdges { Trim, Perfect };
+
 JpegTransformResult transformLossless(const std::filesystem::path& path, JpegTransformCode code,
-                                      ProgressCallback* progress = nullptr);
+                                      ProgressCallback* progress = nullptr,
+                                      JpegEdges edges = JpegEdges::Trim);
 
 // The operation that makes a picture with this EXIF orientation upright
 // (Automatic when there is nothing to do).

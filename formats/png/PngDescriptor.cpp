@@ -84,7 +84,9 @@ const WriterEntry kPngWriters[] = {
      makeTag("PNG "),
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
-     writePng},
+     writePng,
+     {},
+     kKeepsAlpha | kKeepsTransparentIndex},
 };
 
 }  // namespace

@@ -29,6 +29,13 @@ bool identifyPng(InFile& file, FormatInfo* info) {
             if (width == 0 || height == 0 || depth == 0) return false;
             const uint32_t bits =
                 (colourType == png::kRgb || colourType == png::kRgba) ? depth * 3 : depth;
+            if (info != nullptr && colourType <= png::kRgba) {
+                static constexpr uint8_t kSamples[] = {1, 0, 3, 1, 2, 0, 4};
+                info->samplesPerPixel = kSamples[colourType];
+                info->bitsPerSample = static_cast<uint8_t>(depth);
+                info->hasAlpha = colourType == png::kGreyAlpha || colourType == png::kRgba;
+                info->indexed = colourType == png::kPaletted;
+            }
             return accept(info, width, height, bits, png::kTag);
         }
         file.skip(uint64_t{length} + 4);  // data and CRC

@@ -45,7 +45,9 @@ const WriterEntry kTgaWriters[] = {
      makeTag("TGA "),
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
-     writeTga},
+     writeTga,
+     {},
+     kKeepsAlpha},
 };
 
 }  // namespace

@@ -152,7 +152,7 @@ TEST(InfoCommand, JsonListsEachFileOrItsError) {
                        "\"bitsPerPixel\":4"),
               std::string::npos)
         << out;
-    EXPECT_NE(out.find("\"error\":\"Unrecognized file format\",\"message\":11000"),
+    EXPECT_NE(out.find("\"error\":\"Unrecognized file format\",\"messageId\":11000"),
               std::string::npos);
     EXPECT_EQ(runTool({"info", good + "mono.pbm"}, &out), 0);
     EXPECT_NE(out.find("PBMPlus Portable Bitmap (PBM), 23x11, 1 bit per pixel"), std::string::npos)

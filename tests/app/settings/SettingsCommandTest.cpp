@@ -65,10 +65,12 @@ TEST_F(SettingsCommandTest, UnknownKeysAndWrongKindsAreUsageErrors) {
         std::vector<std::string> args;
         const char* message;
     } cases[] = {
-        {{"get", "No\\Such\\Key"},
-         "vivark: No\\Such\\Key: unknown setting (see 'vivark settings list --all')\n"},
+        {{"get", "View\\FitMod"},
+         "vivark: View\\FitMod: unknown setting; did you mean View\\FitMode, View\\FitImage or "
+         "EditMode?\n"},
         {{"set", "SaveOptions\\GIF", "1"},
-         "vivark: SaveOptions\\GIF: unknown setting (see 'vivark settings list --all')\n"},
+         "vivark: SaveOptions\\GIF: unknown setting; did you mean SaveOptions\\GIF\\Background, "
+         "SaveOptions\\GIF\\Background Index or SaveOptions\\GIF\\GIF89a?\n"},
         {{"set", "SaveOptions\\GIF\\Interlace", "maybe"},
          "vivark: SaveOptions\\GIF\\Interlace: \"maybe\" is not a boolean (yes, no, 1 or 0)\n"},
         {{"set", "SaveOptions\\JFIF\\Quality", "75%"},
