@@ -56,10 +56,10 @@ struct WriterEntry {
     // are (a format whose 24-bit form few programs read); empty when 24 bits
     // always are.
     std::string_view trueColourKey = {};
-    // Null when the format holds one page only.
-    WritePagesFunction writePages = nullptr;
     // WriterKeeps bits.
     uint8_t keeps = 0;
+    // Null when the format holds one page only.
+    WritePagesFunction writePages = nullptr;
 
     bool accepts(uint32_t bitsPerPixel) const {
         return bitsPerPixel < 32 && (depths >> bitsPerPixel & 1) != 0;

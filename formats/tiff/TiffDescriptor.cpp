@@ -67,6 +67,7 @@ const WriterEntry kTiffWriters[] = {
      ColourNeed::Any,
      writeTiff,
      {},
+     kKeepsAlpha,
      writeTiffPages},
 };
 
