@@ -67,7 +67,6 @@ class TiffRowWriter {
     Image& image_;
     uint32_t outBits_;
     bool indices_;  // grey or palette samples kept as indices (one sample of 8 bits or less)
-    bool invert_ = false;
     Orientation orientation_;
     OrientedRows rows_;
     Image alpha_;
