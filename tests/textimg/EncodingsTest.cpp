@@ -184,6 +184,24 @@ TEST(TextImages, EveryEncodingDecodesToTheBytesEncoded) {
     }
 }
 
+TEST(TextImages, EveryBlockOfOneTextIsDecoded) {
+    TempDir dir;
+    const fs::path src = dir.write("pic.png", source());
+    std::string all;
+    size_t blocks = 0;
+    for (const Row& row : kRows) {
+        if (row.split) continue;
+        for (const fs::path& file : row.make(dir, src)) all += readWholeFile(file) + "\n";
+        ++blocks;
+    }
+    const auto decoded = extractPaths({dir.write("all.txt", all)});
+    ASSERT_EQ(decoded.size(), blocks);
+    for (const auto& file : decoded) {
+        EXPECT_FALSE(file.damaged()) << textimg::encodingName(file.encoding);
+        EXPECT_TRUE(std::string(file.bytes.begin(), file.bytes.end()) == source());
+    }
+}
+
 TEST(TextImages, UudeviewReadsTheTestsBinHexAlike) {
     TempDir dir;
     dir.write("h.hqx", binHex("pic.png", source()));
