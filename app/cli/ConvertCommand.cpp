@@ -112,10 +112,8 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
     const WriterChoice choice = chooseWriter(options.format, options.output);
     const WriterEntry* writer = choice.writer;
     if (!writer) {
-        reportError(context.err,
-                    choice.problem.find("cannot be written") != std::string::npos
-                        ? std::string_view(options.output)
-                        : std::string_view(),
+        // A known format is refused for the file named after it.
+        reportError(context.err, choice.knownFormat ? options.output : std::string(),
                     choice.problem);
         return kUsage;
     }
