@@ -221,7 +221,9 @@ int runConvert(const ConvertOptions& options, CommandContext& context) {
             saveImageTo(converted, SafeOutFile::kStandardOutput, *writer, saveOptions, &saving);
         else
             saveImage(converted, options.output, *writer, saveOptions, &saving);
-        const std::string_view shownInput = options.input == "-" ? "standard input" : options.input;
+        const std::string_view shownInput = options.input == "-"
+                                                ? std::string_view("standard input")
+                                                : std::string_view(options.input);
         for (const std::string& loss : losses) diagnostics.warn(shownInput, loss);
         diagnostics.note(toStdout ? "standard output" : options.output,
                          "written as " + std::string(writer->menuName) + ", " +
