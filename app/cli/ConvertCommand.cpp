@@ -120,10 +120,8 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
     const WriterChoice choice = chooseWriter(options.format, options.output);
     const WriterEntry* writer = choice.writer;
     if (!writer) {
-        reportError(context.err,
-                    choice.problem.find("cannot be written") != std::string::npos
-                        ? std::string_view(options.output)
-                        : std::string_view(),
+        // A known format is refused for the file named after it.
+        reportError(context.err, choice.knownFormat ? options.output : std::string(),
                     choice.problem);
         return kUsage;
     }
@@ -270,7 +268,9 @@ int runConvert(ConvertOptions& options, CommandContext& context) {
                         &saving);
         else
             saveImagePages(converted, options.output, *writer, saveOptions, &saving);
-        const std::string_view shownInput = options.input == "-" ? "standard input" : options.input;
+        const std::string_view shownInput = options.input == "-"
+                                                ? std::string_view("standard input")
+                                                : std::string_view(options.input);
         for (const std::string& loss : losses) diagnostics.warn(shownInput, loss);
         diagnostics.note(
             toStdout ? "standard output" : options.output,

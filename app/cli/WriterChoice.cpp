@@ -77,14 +77,14 @@ WriterChoice chooseWriter(std::string_view formatName, std::string_view outputPa
     if (!formatName.empty()) {
         if (const WriterEntry* writer = findWriterByName(formatName)) return {writer, {}};
         if (std::string_view known = readOnlyName(formatName); !known.empty())
-            return {nullptr, cannotBeWritten(known)};
+            return {nullptr, cannotBeWritten(known), true};
         return {nullptr, "unknown format '" + std::string(formatName) + "'"};
     }
     std::string extension = std::filesystem::path(outputPath).extension().string();
     if (!extension.empty()) extension.erase(0, 1);
     if (const WriterEntry* writer = findWriterByExtension(extension)) return {writer, {}};
     if (std::string_view known = readOnlyName(extension); !known.empty() && !extension.empty())
-        return {nullptr, cannotBeWritten(known)};
+        return {nullptr, cannotBeWritten(known), true};
     return {nullptr, "cannot tell the format from '" + std::string(outputPath) + "'; use --to"};
 }
 

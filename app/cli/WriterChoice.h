@@ -17,6 +17,7 @@ namespace vivark::cli {
 struct WriterChoice {
     const WriterEntry* writer = nullptr;  // null: `problem` says why
     std::string problem;
+    bool knownFormat = false;  // the format is known but has no writer
 };
 
 WriterChoice chooseWriter(std::string_view formatName, std::string_view outputPath);
