@@ -57,7 +57,9 @@ const WriterEntry kIffWriters[] = {
      makeTag("IFF "),
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
-     writeIff},
+     writeIff,
+     {},
+     kKeepsTransparentIndex},
 };
 
 }  // namespace

@@ -41,7 +41,9 @@ const WriterEntry kPsdWriters[] = {
      makeTag("PSD "),
      depthSet({8, 24}),
      ColourNeed::Any,
-     writePsd},
+     writePsd,
+     {},
+     kKeepsAlpha},
 };
 
 }  // namespace

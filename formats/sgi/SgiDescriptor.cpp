@@ -45,7 +45,9 @@ const WriterEntry kSgiWriters[] = {
      makeTag("SGI "),
      depthSet({8, 24}),
      ColourNeed::Any,
-     writeSgi},
+     writeSgi,
+     {},
+     kKeepsAlpha},
 };
 
 }  // namespace
