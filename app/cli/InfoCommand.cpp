@@ -118,10 +118,13 @@ Described describe(const std::string& path, bool check) {
     d.animation = image.animation;
     // A variant's tag names it more closely than its family ("BMPW" is a
     // Windows Bitmap): the writer of that exact tag gives the name, if any.
+    // A family with one writer keeps its own name (TIFF's writer has the
+    // converter's wording, not the format's).
     if (d.identified) {
         d.formatName = result.format->name;
         for (const WriterEntry& writer : result.format->writers)
-            if (writer.formatTag == d.info.formatTag) d.formatName = writer.menuName;
+            if (writer.formatTag == d.info.formatTag && result.format->writers.size() > 1)
+                d.formatName = writer.menuName;
     }
     if (result.completed) {
         if (!image.plane.empty()) {

@@ -285,8 +285,8 @@ TEST(ConvertCommand, AllPagesGoIntoOneTiff) {
     std::string out;
     EXPECT_EQ(runTool({"info", copy, one}, &out), 0);
     EXPECT_EQ(
-        out, copy + ": Tagged Interchange File Format (TIFF), 20x10, 24 bits per pixel, 3 pages\n" +
-                 one + ": Tagged Interchange File Format (TIFF), 7x9, 8 bits per pixel\n");
+        out, copy + ": Tagged Image File Format (TIFF), 20x10, 24 bits per pixel, 3 pages\n" +
+                 one + ": Tagged Image File Format (TIFF), 7x9, 8 bits per pixel\n");
 }
 
 }  // namespace
