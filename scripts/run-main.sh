@@ -25,5 +25,9 @@ done
 "$vivark" convert examples/scene.png "$out/scene.gif"
 "$vivark" convert examples/scene.png "$out/scene-system16.bmp" --colors 16 --palette system --dither diffusion
 "$vivark" convert examples/gradient.bmp "$out/gradient-cube.png" --colors 256 --palette 884 --dither ordered
+# A multi-page-capable format, and operations run in the order given.
+"$vivark" convert examples/scene.png "$out/scene.tif"
+"$vivark" convert examples/scene.png "$out/scene-thumb.png" --resize 96x96 --letterbox --fill white --sharpen 20
+"$vivark" convert examples/scene.png "$out/scene-turned.jpg" --rotate 10 --fill white --brightness 10
 "$vivark" info "$out"/*
 echo "run-main: the converted samples are in $out/"
