@@ -24,23 +24,13 @@
 #include "formats/pnm/PnmReader.h"
 #include "formats/tiff/TiffWriter.h"
 #include "ops/FixedPalettes.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {
 namespace {
 
 using namespace test;
-
-int runTool(std::vector<std::string> args, std::string* out = nullptr, std::string* err = nullptr) {
-    args.insert(args.begin(), "vivark");
-    std::vector<char*> argv;
-    for (std::string& a : args) argv.push_back(a.data());
-    std::ostringstream o, e;
-    const int status = cli::run(int(argv.size()), argv.data(), o, e);
-    if (out) *out = o.str();
-    if (err) *err = e.str();
-    return status;
-}
 
 TEST(Cli, HelpAndVersionSucceedAndWrongUsageFailsWithStatus2) {
     const struct {
@@ -57,7 +47,7 @@ TEST(Cli, HelpAndVersionSucceedAndWrongUsageFailsWithStatus2) {
         for (const std::string& arg : c.args) command += " '" + arg + "'";
         SCOPED_TRACE(command);
         std::string out, err;
-        EXPECT_EQ(runTool(c.args, &out, &err), c.status);
+        EXPECT_EQ(test::runVivark(c.args, &out, &err), c.status);
         // Success speaks on stdout only, failure on stderr only.
         EXPECT_EQ(out.empty(), c.status != 0) << out;
         EXPECT_EQ(err.empty(), c.status == 0) << err;
@@ -102,7 +92,7 @@ TEST(ConvertCommand, ConvertsByExtensionOrNameAndReportsFailures) {
         std::vector<std::string> args{"convert", input, (dir / c.output).string()};
         args.insert(args.end(), c.extra.begin(), c.extra.end());
         std::string err;
-        EXPECT_EQ(runTool(args, nullptr, &err), c.status) << err;
+        EXPECT_EQ(test::runVivark(args, nullptr, &err), c.status) << err;
         EXPECT_EQ(std::filesystem::exists(dir / c.output), c.start != nullptr);
         if (c.start) {
             EXPECT_EQ(readWholeFile(dir / c.output).substr(0, 2), c.start);
@@ -132,13 +122,13 @@ TEST(ConvertCommand, ConvertsByExtensionOrNameAndReportsFailures) {
 
     std::string err;
     const std::string missing = (dir / "missing.bmp").string();
-    EXPECT_EQ(runTool({"convert", missing, (dir / "x.bmp").string()}, nullptr, &err), 1);
+    EXPECT_EQ(test::runVivark({"convert", missing, (dir / "x.bmp").string()}, nullptr, &err), 1);
     EXPECT_EQ(err.rfind("vivark: " + missing + ": ", 0), 0u) << err;
 }
 
 TEST(ConvertCommand, HelpNamesEveryWriter) {
     std::string out;
-    ASSERT_EQ(runTool({"convert", "--help"}, &out), 0);
+    ASSERT_EQ(test::runVivark({"convert", "--help"}, &out), 0);
     for (const WriterEntry* writer : writerTable())
         EXPECT_NE(out.find(std::string(*writer->shortNames.begin())), std::string::npos)
             << writer->menuName;
@@ -147,14 +137,15 @@ TEST(ConvertCommand, HelpNamesEveryWriter) {
 TEST(InfoCommand, JsonListsEachFileOrItsError) {
     const std::string good = std::string(VIVARK_TEST_DATA) + "/formats/bmp/good/";
     std::string out;
-    EXPECT_EQ(runTool({"info", "--json", good + "netpbm-win4.bmp", good + "README.md"}, &out), 1);
+    EXPECT_EQ(
+        test::runVivark({"info", "--json", good + "netpbm-win4.bmp", good + "README.md"}, &out), 1);
     EXPECT_NE(out.find("\"format\":\"BMPW\",\"name\":\"Windows Bitmap\",\"width\":23,\"height\":11,"
                        "\"bitsPerPixel\":4"),
               std::string::npos)
         << out;
     EXPECT_NE(out.find("\"error\":\"Unrecognized file format\",\"messageId\":11000"),
               std::string::npos);
-    EXPECT_EQ(runTool({"info", good + "mono.pbm"}, &out), 0);
+    EXPECT_EQ(test::runVivark({"info", good + "mono.pbm"}, &out), 0);
     EXPECT_NE(out.find("PBMPlus Portable Bitmap (PBM), 23x11, 1 bit per pixel"), std::string::npos)
         << out;
 }
@@ -178,9 +169,11 @@ TEST(ConvertCommand, StandardStreamsAndPagesBeyondTheFile) {
     EXPECT_TRUE(samePixels(piped, direct));
 
     std::string err;
-    EXPECT_EQ(runTool({"convert", png, "-"}, nullptr, &err), 2);
+    EXPECT_EQ(test::runVivark({"convert", png, "-"}, nullptr, &err), 2);
     EXPECT_NE(err.find("needs --to"), std::string::npos) << err;
-    EXPECT_EQ(runTool({"convert", png, (dir / "x.bmp").string(), "--page", "2"}, nullptr, &err), 1);
+    EXPECT_EQ(
+        test::runVivark({"convert", png, (dir / "x.bmp").string(), "--page", "2"}, nullptr, &err),
+        1);
     EXPECT_EQ(err, "vivark: " + png + ": page 2 does not exist: the file has 1 page\n");
     EXPECT_FALSE(std::filesystem::exists(dir / "x.bmp"));
 }
@@ -213,8 +206,8 @@ TEST(ConvertCommand, ASignalStopsTheWorkAndLeavesNoFile) {
 // JSON alike.
 TEST(FormatsCommand, ListsEveryRegistryEntryAndWriter) {
     std::string text, json;
-    ASSERT_EQ(runTool({"formats"}, &text), 0);
-    ASSERT_EQ(runTool({"formats", "--json"}, &json), 0);
+    ASSERT_EQ(test::runVivark({"formats"}, &text), 0);
+    ASSERT_EQ(test::runVivark({"formats", "--json"}, &json), 0);
     for (const FormatEntry* entry : formatTable()) {
         if (entry->writers.empty()) {
             EXPECT_NE(text.find(entry->name), std::string::npos) << entry->name;
@@ -253,11 +246,11 @@ TEST(InfoCommand, DamagedFileGivesItsIdentificationAndTheError) {
         std::vector<std::string> args{"info", path};
         if (*check) args.push_back(check);
         std::string out, err;
-        EXPECT_EQ(runTool(args, &out, &err), 1);
+        EXPECT_EQ(test::runVivark(args, &out, &err), 1);
         EXPECT_EQ(out, path + ": Portable Network Graphics (PNG), 40x30, 24 bits per pixel\n");
         EXPECT_EQ(err, "vivark: " + path + ": CRC32 Error\n");
         args.push_back("--json");
-        EXPECT_EQ(runTool(args, &out, &err), 1);
+        EXPECT_EQ(test::runVivark(args, &out, &err), 1);
         EXPECT_NE(out.find("\"format\":\"PNG\",\"name\":\"Portable Network "
                            "Graphics\",\"width\":40,\"height\":30,\"bitsPerPixel\":24,"
                            "\"error\":\"CRC32 Error\""),
@@ -280,13 +273,12 @@ TEST(ConvertCommand, AllPagesGoIntoOneTiff) {
     }
     const std::string three = (dir / "three.tif").string(), copy = (dir / "copy.tif").string(),
                       one = (dir / "one.tif").string();
-    EXPECT_EQ(runTool({"convert", three, copy, "--all-pages"}), 0);
-    EXPECT_EQ(runTool({"convert", three, one, "--page", "2"}), 0);
+    EXPECT_EQ(test::runVivark({"convert", three, copy, "--all-pages"}), 0);
+    EXPECT_EQ(test::runVivark({"convert", three, one, "--page", "2"}), 0);
     std::string out;
-    EXPECT_EQ(runTool({"info", copy, one}, &out), 0);
-    EXPECT_EQ(
-        out, copy + ": Tagged Image File Format (TIFF), 20x10, 24 bits per pixel, 3 pages\n" +
-                 one + ": Tagged Image File Format (TIFF), 7x9, 8 bits per pixel\n");
+    EXPECT_EQ(test::runVivark({"info", copy, one}, &out), 0);
+    EXPECT_EQ(out, copy + ": Tagged Image File Format (TIFF), 20x10, 24 bits per pixel, 3 pages\n" +
+                       one + ": Tagged Image File Format (TIFF), 7x9, 8 bits per pixel\n");
 }
 
 }  // namespace

@@ -21,23 +21,13 @@
 #include "ops/PaletteFile.h"
 #include "ops/Resize.h"
 #include "ops/Rotate.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {
 namespace {
 
 using namespace test;
-
-int runTool(std::vector<std::string> args, std::string* out = nullptr, std::string* err = nullptr) {
-    args.insert(args.begin(), "vivark");
-    std::vector<char*> argv;
-    for (std::string& a : args) argv.push_back(a.data());
-    std::ostringstream o, e;
-    const int status = cli::run(int(argv.size()), argv.data(), o, e);
-    if (out) *out = o.str();
-    if (err) *err = e.str();
-    return status;
-}
 
 // A 100 x 50 picture with no pure red in it, saved as a pixmap.
 struct Input {
@@ -54,7 +44,7 @@ struct Input {
         std::vector<std::string> args{"convert", path, (dir / name).string()};
         args.insert(args.end(), operations.begin(), operations.end());
         std::string err;
-        EXPECT_EQ(runTool(args, nullptr, &err), 0) << err;
+        EXPECT_EQ(test::runVivark(args, nullptr, &err), 0) << err;
         Image result;
         EXPECT_TRUE(loadFile(result, dir / name, ReadOptions{}).completed);
         return result;
@@ -197,12 +187,12 @@ TEST(ConvertOperations, BadArgumentsAreUsageErrorsAndTheHelpListsEveryOperation)
         std::vector<std::string> command{"convert", input.path, (input.dir / "bad.ppm").string()};
         command.insert(command.end(), args.begin(), args.end());
         std::string err;
-        EXPECT_EQ(runTool(command, nullptr, &err), 2);
+        EXPECT_EQ(test::runVivark(command, nullptr, &err), 2);
         EXPECT_FALSE(err.empty());
         EXPECT_FALSE(std::filesystem::exists(input.dir / "bad.ppm"));
     }
     std::string help;
-    ASSERT_EQ(runTool({"convert", "--help"}, &help), 0);
+    ASSERT_EQ(test::runVivark({"convert", "--help"}, &help), 0);
     for (const cli::OperationEntry& entry : cli::operationTable())
         EXPECT_NE(help.find(entry.option), std::string::npos) << entry.option;
     for (const char* setting : {"--point", "--stretch", "--proportional", "--letterbox", "--fill"})

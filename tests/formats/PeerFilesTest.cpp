@@ -12,22 +12,13 @@
 #include "formats/Loader.h"
 #include "formats/SaveDispatch.h"
 #include "formats/pnm/PnmReader.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {
 namespace {
 
 using namespace test;
-
-std::string run(const std::string& command) {
-    std::string output;
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    if (!pipe) return output;
-    char buffer[65536];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe.get())) > 0) output.append(buffer, n);
-    return output;
-}
 
 // The pictures the tools start from: 13×7 in 8 colours, 40×9 in true
 // colour (more than 221 colours), 13×7 in black and white and in grey.
@@ -122,9 +113,9 @@ TEST(PeerFiles, ToolFilesDecodeAsTheToolsDecodeThem) {
         // A decoder "xwd:" is ImageMagick's own reading (xwdtopnm does not
         // read its direct-colour dumps, whose map it leaves empty).
         const std::string decoder = c.decoder;
-        const std::string reference =
-            run(decoder == "xwd:" ? "convert-im6.q16 'xwd:" + file.string() + "' ppm:- 2>/dev/null"
-                                  : decoder + " '" + file.string() + "' 2>/dev/null");
+        const std::string reference = test::commandOutput(
+            decoder == "xwd:" ? "convert-im6.q16 'xwd:" + file.string() + "' ppm:- 2>/dev/null"
+                              : decoder + " '" + file.string() + "' 2>/dev/null");
         ASSERT_FALSE(reference.empty());
         Image ours;
         const LoadResult result = loadFile(ours, file.string(), ReadOptions{});
@@ -150,8 +141,8 @@ TEST(PeerFiles, OurRunLengthSunRastersAreReadByNetpbm) {
         const auto file = dir / "rle.ras";
         saveImage(image, file, *findWriterByExtension("ras"), options);
         EXPECT_EQ(readWholeFile(file)[23], 2);  // type 2, byte-encoded
-        const Image back =
-            readFromBytes(run("rasttopnm '" + file.string() + "' 2>/dev/null"), makePnmReader);
+        const Image back = readFromBytes(
+            test::commandOutput("rasttopnm '" + file.string() + "' 2>/dev/null"), makePnmReader);
         EXPECT_TRUE(samePixels(back, image));
     }
 }

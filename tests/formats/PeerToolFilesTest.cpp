@@ -17,6 +17,7 @@
 #include "formats/pnm/PnmReader.h"
 #include "formats/psd/PsdFormat.h"
 #include "formats/sgi/SgiFormat.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {
@@ -43,16 +44,6 @@ void writeSources(const std::filesystem::path& dir) {
     std::ofstream(dir / "rgb.ppm", std::ios::binary) << "P6\n" << size << rgbPixels;
     std::ofstream(dir / "grey.pgm", std::ios::binary) << "P5\n" << size << greyPixels;
     std::ofstream(dir / "pal.ppm", std::ios::binary) << "P6\n" << size << palPixels;
-}
-
-std::string run(const std::string& command) {
-    std::string output;
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    if (!pipe) return output;
-    char buffer[65536];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe.get())) > 0) output.append(buffer, n);
-    return output;
 }
 
 // The largest channel difference between two images of the same size.
@@ -128,7 +119,7 @@ TEST(PeerToolFiles, OurDecodingEqualsTheToolsOwn) {
         const std::string cd = "cd '" + dir.path().string() + "' && ";
         std::filesystem::remove(dir / "f");
         ASSERT_EQ(std::system((cd + c.make + " 2>/dev/null").c_str()), 0);
-        const std::string reference = run(cd + c.decode + " 2>/dev/null");
+        const std::string reference = test::commandOutput(cd + c.decode + " 2>/dev/null");
         ASSERT_FALSE(reference.empty());
         const Image theirs = readFromBytes(reference, makePnmReader);
         Image ours;
@@ -176,8 +167,8 @@ TEST(PeerToolFiles, OurFilesUnderEitherCodingAreReadByTheTools) {
                 SCOPED_TRACE(testing::Message() << w.extension << " coded " << coded << " bits "
                                                 << picture.bitsPerPixel());
                 saveImage(picture, dir / "f", *findWriterByExtension(w.extension), options);
-                const std::string decoded =
-                    run("cd '" + dir.path().string() + "' && " + w.decode + " 2>/dev/null");
+                const std::string decoded = test::commandOutput(
+                    "cd '" + dir.path().string() + "' && " + w.decode + " 2>/dev/null");
                 ASSERT_FALSE(decoded.empty());
                 EXPECT_TRUE(samePixels(readFromBytes(decoded, makePnmReader), picture));
             }

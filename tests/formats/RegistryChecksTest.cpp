@@ -21,6 +21,7 @@
 #include "formats/FormatTable.h"
 #include "formats/Loader.h"
 #include "formats/SaveDispatch.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {
@@ -212,16 +213,6 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
     return "convert-im6.q16 " + quoted + "[0] -depth 8 ppm:- 2>/dev/null";
 }
 
-std::string run(const std::string& command) {
-    std::string output;
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    if (!pipe) return output;
-    char buffer[65536];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe.get())) > 0) output.append(buffer, n);
-    return output;
-}
-
 TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
     if (std::system("command -v pamtopnm >/dev/null && command -v convert-im6.q16 >/dev/null") != 0)
         GTEST_SKIP() << "netpbm and ImageMagick are needed (scripts/setup.sh)";
@@ -237,7 +228,7 @@ TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
         if (extensionOf(*w.writer) == "psd" && w.source.hasPalette() && !w.source.isGrey())
             continue;
         Decoded decoded;
-        ASSERT_TRUE(parsePnm(run(command), decoded));
+        ASSERT_TRUE(parsePnm(test::commandOutput(command), decoded));
         ASSERT_EQ(decoded.width, w.source.width());
         ASSERT_EQ(decoded.height, w.source.height());
         const bool lossy = w.writer->formatTag == makeTag("JFIF");
@@ -285,8 +276,9 @@ TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
     // What ImageMagick says the alpha of a file is, top row first.
     auto alphaOf = [&](const std::filesystem::path& file) {
         Decoded alpha;
-        EXPECT_TRUE(parsePnm(
-            run("convert-im6.q16 '" + file.string() + "' -alpha extract -depth 8 pgm:-"), alpha));
+        EXPECT_TRUE(parsePnm(test::commandOutput("convert-im6.q16 '" + file.string() +
+                                                 "' -alpha extract -depth 8 pgm:-"),
+                             alpha));
         return alpha;
     };
     auto expectAlpha = [&](const Image& image, const Decoded& alpha, auto opaqueAt) {

@@ -11,6 +11,7 @@
 
 #include "formats/SaveOptions.h"
 #include "formats/png/PngWriter.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 #include "support/TempDir.h"
 #include "textimg/Extractor.h"
@@ -118,27 +119,3 @@ inline std::vector<textimg::Decoded> extractPaths(const std::vector<std::filesys
 }
 
 }  // namespace vivark::test
-
-namespace vivark::test {
-
-// Runs the vivark command line in this process.
-inline int runVivark(std::vector<std::string> args, std::string* out = nullptr,
-                     std::string* err = nullptr);
-
-}  // namespace vivark::test
-
-#include <sstream>
-
-#include "app/cli/Cli.h"
-
-inline int vivark::test::runVivark(std::vector<std::string> args, std::string* out,
-                                   std::string* err) {
-    args.insert(args.begin(), "vivark");
-    std::vector<char*> argv;
-    for (std::string& a : args) argv.push_back(a.data());
-    std::ostringstream o, e;
-    const int status = cli::run(int(argv.size()), argv.data(), o, e);
-    if (out) *out = o.str();
-    if (err) *err = e.str();
-    return status;
-}

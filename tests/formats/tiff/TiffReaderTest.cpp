@@ -281,11 +281,13 @@ TEST(TiffReader, OldStyleJpegPagesDecodeAsTheirStreamDoes) {
         GTEST_SKIP() << "libjpeg-turbo-progs is needed";
     test::TempDir dir;
     writeSources(dir);
-    const std::string jpeg = test::runTool("cjpeg -baseline '" + (dir / "src.pgm").string() + "'");
+    const std::string jpeg =
+        test::commandOutput("cjpeg -baseline '" + (dir / "src.pgm").string() + "'");
     test::Colours reference;
     dir.write("src.jpg", jpeg);
     ASSERT_TRUE(test::parsePpm(
-        test::runTool("djpeg -pnm '" + (dir / "src.jpg").string() + "' | ppmtoppm"), reference));
+        test::commandOutput("djpeg -pnm '" + (dir / "src.jpg").string() + "' | ppmtoppm"),
+        reference));
 
     // The stream's tables and scan data.
     std::string quant, dc, ac, scan;

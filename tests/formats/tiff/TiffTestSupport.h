@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "core/Image.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark::test {
@@ -20,16 +21,6 @@ inline bool haveTiffTools() {
     return std::system(
                "command -v tiffcp >/dev/null && command -v tifftopnm >/dev/null && "
                "command -v convert-im6.q16 >/dev/null && command -v pamdepth >/dev/null") == 0;
-}
-
-inline std::string runTool(const std::string& command) {
-    std::string output;
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    if (!pipe) return output;
-    char buffer[65536];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe.get())) > 0) output.append(buffer, n);
-    return output;
 }
 
 // A picture as colours, top row first.
@@ -70,7 +61,8 @@ inline Colours referenceDecode(const std::filesystem::path& file, Reference refe
         command = "tifftopnm " + quoted;
     }
     Colours c;
-    parsePpm(runTool(command + " 2>/dev/null | pamdepth 255 2>/dev/null | ppmtoppm 2>/dev/null"),
+    parsePpm(test::commandOutput(command +
+                                 " 2>/dev/null | pamdepth 255 2>/dev/null | ppmtoppm 2>/dev/null"),
              c);
     return c;
 }

@@ -115,8 +115,9 @@ TEST(TiffWriter, PagesGoIntoOneFileInOrder) {
     StoredSaveOptions options;
     const auto file = dir / "pages.tif";
     saveImagePages(pages, file, *findWriterByName("tif"), options);
-    EXPECT_EQ(test::runTool("tiffinfo '" + file.string() + "' 2>/dev/null | grep -c 'Image Width'"),
-              std::to_string(pages.size()) + "\n");
+    EXPECT_EQ(
+        test::commandOutput("tiffinfo '" + file.string() + "' 2>/dev/null | grep -c 'Image Width'"),
+        std::to_string(pages.size()) + "\n");
     // Each page as libtiff reads it from the file (tiffcp's FILE,N names a page).
     for (uint32_t page = 1; page <= pages.size(); ++page) {
         SCOPED_TRACE(page);

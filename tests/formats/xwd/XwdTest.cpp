@@ -16,6 +16,7 @@
 #include "formats/pnm/PnmReader.h"
 #include "formats/ras/RasReader.h"
 #include "formats/xwd/XwdReader.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 
 namespace vivark {
@@ -86,16 +87,6 @@ std::string makeDump(const Layout& l) {
     return file;
 }
 
-std::string run(const std::string& command) {
-    std::string output;
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    if (!pipe) return output;
-    char buffer[65536];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe.get())) > 0) output.append(buffer, n);
-    return output;
-}
-
 TEST(Xwd, EveryLayoutDecodesAsThePeersDecodeIt) {
     if (std::system("command -v xwdtopnm >/dev/null && command -v convert-im6.q16 >/dev/null") != 0)
         GTEST_SKIP() << "netpbm and ImageMagick are needed (scripts/setup.sh)";
@@ -120,9 +111,9 @@ TEST(Xwd, EveryLayoutDecodesAsThePeersDecodeIt) {
         const std::string file = makeDump(l);
         const auto path = dir.write("layout.xwd", file);
         const std::string quoted = "'" + path.string() + "'";
-        const std::string reference =
-            run(l.visualClass == 1 ? "xwdtopnm " + quoted + " 2>/dev/null"
-                                   : "convert-im6.q16 " + quoted + " ppm:- 2>/dev/null");
+        const std::string reference = test::commandOutput(
+            l.visualClass == 1 ? "xwdtopnm " + quoted + " 2>/dev/null"
+                               : "convert-im6.q16 " + quoted + " ppm:- 2>/dev/null");
         ASSERT_FALSE(reference.empty());
         EXPECT_TRUE(samePixels(readFromBytes(file, makeXwdReader),
                                readFromBytes(reference, makePnmReader)));
@@ -145,7 +136,8 @@ TEST(Xwd, AnX10DumpDecodesAsXwdtopnmDecodesIt) {
         for (uint32_t x = 0; x < (kWidth + 1) / 2 * 2; ++x) file += char((x * 7 + y) % 16);
     TempDir dir;
     const auto path = dir.write("x10.xwd", file);
-    const std::string reference = run("xwdtopnm '" + path.string() + "' 2>/dev/null");
+    const std::string reference =
+        test::commandOutput("xwdtopnm '" + path.string() + "' 2>/dev/null");
     ASSERT_FALSE(reference.empty());
     EXPECT_TRUE(
         samePixels(readFromBytes(file, makeXwdReader), readFromBytes(reference, makePnmReader)));
