@@ -8,6 +8,7 @@
 #include "codecs/PackBitsDecoder.h"
 #include "codecs/ZipDecoder.h"
 #include "formats/tiff/TiffFormat.h"
+#include "formats/tiff/TiffSgiLog.h"
 
 namespace vivark {
 
@@ -32,6 +33,9 @@ std::unique_ptr<StreamDecoder> makeTiffDecoder(const TiffPageInfo& info, uint32_
             return std::make_unique<PackBitsDecoder>(true);
         case 32809:
             return std::make_unique<ThunderScanDecoder>(columns, rowBytes);
+        case 34676:
+        case 34677:
+            return std::make_unique<SgiLogDecoder>(columns, info.photometric == 32845);
         default:
             throw TIFFERROR::UnsupportedCompression;
     }

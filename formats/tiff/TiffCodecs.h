@@ -12,8 +12,8 @@
 namespace vivark {
 
 // The decoder of the page's compression for chunks `columns` pixels wide
-// (rows of `rowBytes` bytes). Compressions 6, 7, 34676 and 34677 are decoded
-// elsewhere and are not served here.
+// (rows of `rowBytes` bytes). Compressions 6 and 7 are decoded elsewhere and
+// are not served here.
 std::unique_ptr<StreamDecoder> makeTiffDecoder(const TiffPageInfo& info, uint32_t columns,
                                                uint32_t rowBytes);
 

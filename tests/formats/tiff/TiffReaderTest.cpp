@@ -112,6 +112,17 @@ constexpr ToolCase kToolCases[] = {
     {"group 4 strips", "tiffcp -c g4 -r 5 bw.tif out.tif", Reference::Netpbm, 0},
     {"modified huffman", "pnmtotiff -2 src.pbm > out.tif", Reference::Netpbm, 0},
     {"bilevel tiles", "tiffcp -t -w 16 -l 16 bw.tif out.tif", Reference::Netpbm, 0},
+    // Log luminance (and u', v') from floats: we map to display values as
+    // libtiff's RGBA interface does, in double rather than float arithmetic,
+    // so a value on a rounding edge may land one level apart.
+    {"logluv",
+     "convert-im6.q16 src.ppm -define quantum:format=floating-point -depth 32 t.tif; tiffcp -c "
+     "sgilog t.tif out.tif",
+     Reference::Rgba, 1},
+    {"logl strips of 3 rows",
+     "convert-im6.q16 src.pgm -define quantum:format=floating-point -depth 32 t.tif; tiffcp -c "
+     "sgilog -r 3 t.tif out.tif",
+     Reference::Rgba, 1},
     {"orientation 6", "tiffcp base.tif t.tif && tiffset -s 274 6 t.tif && mv t.tif out.tif",
      Reference::ImageMagick, 0},
     {"orientation 3, 4 bits",

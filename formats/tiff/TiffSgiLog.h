@@ -1,0 +1,31 @@
+// The SGI log decoder of TIFF compression 34676 (and 34677 for LogL pages):
+// LogL (photometric 32844) stores 16-bit log luminance, LogLuv (32845) 32-bit
+// pixels of log luminance and 8-bit u', v' chroma; each row is coded byte
+// plane by byte plane, most significant first, in runs and literals. The
+// decoder hands out rows already brought to 8 bits for display: grey for
+// LogL, red-green-blue for LogLuv.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "codecs/StreamCodec.h"
+
+namespace vivark {
+
+class SgiLogDecoder final : public StreamDecoder {
+  public:
+    // Rows of `columns` pixels; `colour` for LogLuv pages.
+    SgiLogDecoder(uint32_t columns, bool colour);
+    // Requests are whole rows (columns bytes, or 3 x columns for colour).
+    void decode(uint8_t* buffer, size_t length) override;
+
+  private:
+    void decodeRow(uint8_t* row);
+
+    uint32_t columns_;
+    bool colour_;
+    std::vector<uint32_t> values_;  // one row of coded pixels
+};
+
+}  // namespace vivark
