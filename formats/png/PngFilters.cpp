@@ -32,15 +32,22 @@ void unfilterRow(uint8_t type, uint8_t* row, const uint8_t* previous, size_t len
         case kUp:
             for (size_t i = 0; i < length; ++i) row[i] = static_cast<uint8_t>(row[i] + previous[i]);
             return;
-        case kAverage:
+        case kAverage: {
+            // The left byte of the first pixel lies in the margin before the
+            // row; indexing from a pointer to the margin keeps the index
+            // non-negative.
+            const uint8_t* left = row - bpp;
             for (size_t i = 0; i < length; ++i)
-                row[i] = static_cast<uint8_t>(row[i] + ((row[i - bpp] + previous[i]) >> 1));
+                row[i] = static_cast<uint8_t>(row[i] + ((left[i] + previous[i]) >> 1));
             return;
-        case kPaeth:
+        }
+        case kPaeth: {
+            const uint8_t* left = row - bpp;
+            const uint8_t* upLeft = previous - bpp;
             for (size_t i = 0; i < length; ++i)
-                row[i] = static_cast<uint8_t>(row[i] +
-                                              paeth(row[i - bpp], previous[i], previous[i - bpp]));
+                row[i] = static_cast<uint8_t>(row[i] + paeth(left[i], previous[i], upLeft[i]));
             return;
+        }
         default:
             throw PNGERROR::UnknownFilterType;
     }
