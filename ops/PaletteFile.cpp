@@ -4,6 +4,7 @@
 #include <strings.h>
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "core/Errors.h"
 #include "core/SafeOutFile.h"
@@ -23,7 +24,7 @@ bool startsWithNoCase(const char* line, const char* signature) {
 bool readColorsLine(const char* line, uint64_t& count) {
     const char* p = line;
     skipSpace(p);
-    if (std::char_traits<char>::compare(p, "Colors", 6) != 0) return false;
+    if (std::strncmp(p, "Colors", 6) != 0) return false;  // stops at the line's end
     p += 6;
     skipSpace(p);
     if (*p++ != '=') return false;
