@@ -14,7 +14,8 @@ packages=(
   ccache
   netpbm imagemagick libtiff-tools giflib-tools uudeview sharutils libjpeg-turbo-progs
   ghostscript poppler-utils xvfb x11-apps
-  libvips-tools graphicsmagick
+  libvips-tools graphicsmagick parallel python3-pil
+  qt6-base-dev libsane-dev
 )
 
 missing=()
