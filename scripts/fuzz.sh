@@ -10,6 +10,9 @@ seconds=${1:-20}
 [[ "$seconds" == 0 ]] && { echo "fuzz: skipped"; exit 0; }
 mkdir -p build/fuzz/findings
 status=0
+# Undefined behaviour stops a harness like a memory error does, with the
+# stack that led to it, so the input is saved as a finding.
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 while IFS= read -r harness; do
   name=$(basename "$harness")
   corpus=build/fuzz/corpus/$name
@@ -27,9 +30,13 @@ while IFS= read -r harness; do
         -artifact_prefix=build/fuzz/findings/"$name"- "$corpus")
   [[ -d "$seeds" ]] && args+=("$seeds")
   echo "fuzz: $name for ${run}s"
-  "$harness" "${args[@]}" 2>&1 | grep -E '^(stat::number_of_executed_units|stat::average_exec_per_sec|==[0-9]+==ERROR|SUMMARY)' || true
+  log=build/fuzz/findings/$name.log
+  "$harness" "${args[@]}" > "$log" 2>&1 || true
+  grep -E '^(stat::number_of_executed_units|stat::average_exec_per_sec|==[0-9]+==ERROR|SUMMARY)|runtime error' "$log" || true
   if compgen -G "build/fuzz/findings/$name-*" > /dev/null; then
-    echo "fuzz: $name found a failing input:"; ls build/fuzz/findings/"$name"-*; status=1
+    echo "fuzz: $name found a failing input:"; ls build/fuzz/findings/"$name"-*
+    grep -E -A30 '==[0-9]+==ERROR|runtime error' "$log" | head -60 || true
+    status=1
   fi
 done < <(find build/fuzz/fuzz -type f -executable -name '*Fuzz' | sort)
 exit $status

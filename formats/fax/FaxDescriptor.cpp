@@ -50,7 +50,10 @@ const WriterEntry kSffWriters[] = {
      makeTag("SFF "),
      depthSet({1}),
      ColourNeed::BlackAndWhite,
-     writeSff},
+     writeSff,
+     {},
+     kKeepsPages,
+     writeSffPages},
 };
 
 const WriterEntry kFax3Writers[] = {

@@ -3,6 +3,8 @@
 // writers have no save options.
 #pragma once
 
+#include <span>
+
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -51,5 +53,7 @@ void writeFax3(const Image& image, OutFile& out, const SaveOptions& options,
                ProgressCallback* progress);
 void writeSff(const Image& image, OutFile& out, const SaveOptions& options,
               ProgressCallback* progress);
+void writeSffPages(std::span<const Image> pages, OutFile& out, const SaveOptions& options,
+                   ProgressCallback* progress);
 
 }  // namespace vivark

@@ -5,15 +5,15 @@
 // end-of-page code (six end-of-line codes) after the last; no header, so the
 // reader measures the width from the rows.
 //
-// SFF: one page (the save path hands over one image). The document header
-// names one page; the page header gives the image's width and height, 203
+// SFF: one page, or every page of a multi-page source. The document header
+// counts the pages; each page header gives the image's width and height, 203
 // dots per inch across and normal (98) or fine (196) lines per inch down, the
-// finer when the image states 150 or more; the offsets to a previous and a
-// next page are 1, which stands for none. Each line is coded alone (modified
+// finer when the image states 150 or more. Each line is coded alone (modified
 // Huffman, no end of line) into one record, runs of white lines become white-
 // line records, and the end-of-document page header (254 with length 0)
 // follows the last line.
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include "codecs/ByteSinks.h"
@@ -82,23 +82,16 @@ void writeFax3(const Image& image, OutFile& out, const SaveOptions&, ProgressCal
     encoder.close();
 }
 
-void writeSff(const Image& image, OutFile& out, const SaveOptions&, ProgressCallback* progress) {
+namespace {
+
+// One page: its header, then its lines. The offsets to the previous and the
+// next page header are written as 1 ("none") at the document's ends and 0
+// ("not known") between pages: fax software walks the pages in order and
+// few readers follow the double chain, so no offsets are patched afterwards.
+void writeSffPage(const Image& image, OutFile& out, bool first, bool last,
+                  ProgressCallback* progress) {
     const uint32_t width = image.width();
     const uint32_t height = image.height();
-    // Line length and page length are 16-bit fields.
-    if (image.bitsPerPixel() != 1 || width > 0xFFFF || height > 0xFFFF)
-        throw FAX3WRITEERROR::Unknown;
-    constexpr uint16_t kFirstPage = 20;
-    out.write("Sfff", 4);
-    out.writeByte(1);  // version
-    out.writeByte(0);  // reserved
-    out.writeLE16(0);  // user information
-    out.writeLE16(1);  // pages
-    out.writeLE16(kFirstPage);
-    out.writeLE32(kFirstPage);  // the last page's header
-    const int64_t endField = out.tell();
-    out.writeLE32(0);  // the end of the document, patched below
-
     const bool fine = image.resolution.unit != ResolutionUnit::None && image.resolution.y >= 150.0;
     out.writeByte(254);
     out.writeByte(16);
@@ -108,8 +101,8 @@ void writeSff(const Image& image, OutFile& out, const SaveOptions&, ProgressCall
     out.writeByte(0);
     out.writeLE16(static_cast<uint16_t>(width));
     out.writeLE16(static_cast<uint16_t>(height));
-    out.writeLE32(1);  // no previous page
-    out.writeLE32(1);  // no next page
+    out.writeLE32(first ? 1 : 0);
+    out.writeLE32(last ? 1 : 0);
 
     BlackRows rows(image);
     CcittEncoder encoder(width, ccitt::kMinIsWhite);
@@ -146,13 +139,46 @@ void writeSff(const Image& image, OutFile& out, const SaveOptions&, ProgressCall
         if (progressCancelled(progress, y + 1, height)) throw OUTFILEERROR::Cancelled;
     }
     flushWhite();
+}
+
+}  // namespace
+
+void writeSffPages(std::span<const Image> pages, OutFile& out, const SaveOptions&,
+                   ProgressCallback* progress) {
+    // Line length and page length are 16-bit fields, the page count too.
+    if (pages.empty() || pages.size() > 0xFFFF) throw FAX3WRITEERROR::Unknown;
+    for (const Image& page : pages)
+        if (page.bitsPerPixel() != 1 || page.width() > 0xFFFF || page.height() > 0xFFFF)
+            throw FAX3WRITEERROR::Unknown;
+    constexpr uint16_t kFirstPage = 20;
+    out.write("Sfff", 4);
+    out.writeByte(1);  // version
+    out.writeByte(0);  // reserved
+    out.writeLE16(0);  // user information
+    out.writeLE16(static_cast<uint16_t>(pages.size()));
+    out.writeLE16(kFirstPage);
+    const int64_t lastField = out.tell();
+    out.writeLE32(kFirstPage);  // the last page's header, patched below
+    out.writeLE32(0);           // the end of the document, patched below
+
+    int64_t lastHeader = kFirstPage;
+    for (size_t i = 0; i < pages.size(); ++i) {
+        lastHeader = out.tell();
+        writeSffPage(pages[i], out, i == 0, i + 1 == pages.size(), progress);
+    }
     const int64_t end = out.tell();
     out.writeByte(254);  // the end of the document
     out.writeByte(0);
     const int64_t after = out.tell();
-    out.seek(endField);
+    out.seek(lastField);
+    out.writeLE32(static_cast<uint32_t>(lastHeader));
     out.writeLE32(static_cast<uint32_t>(end));
     out.seek(after);
+}
+
+void writeSff(const Image& image, OutFile& out, const SaveOptions& options,
+              ProgressCallback* progress) {
+    writeSffPages(std::span<const Image>(&image, 1), out, options, progress);
 }
 
 }  // namespace vivark

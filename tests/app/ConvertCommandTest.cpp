@@ -259,9 +259,10 @@ TEST(InfoCommand, DamagedFileGivesItsIdentificationAndTheError) {
     }
 }
 
-// --all-pages carries every page of a multi-page file into a TIFF, and info
-// counts them; without it only the page asked for is written.
-TEST(ConvertCommand, AllPagesGoIntoOneTiff) {
+// --all-pages carries every page of a multi-page file into a TIFF or a
+// structured fax file, and info counts them; without it only the page asked
+// for is written.
+TEST(ConvertCommand, AllPagesGoIntoOneFile) {
     StoredSaveOptions options;
     TempDir dir;
     std::vector<Image> pages = {patternImage(20, 10, 24), patternImage(7, 9, 8),
@@ -271,14 +272,27 @@ TEST(ConvertCommand, AllPagesGoIntoOneTiff) {
         writeTiffPages(pages, file.out(), options, nullptr);
         file.commit();
     }
-    const std::string three = (dir / "three.tif").string(), copy = (dir / "copy.tif").string(),
-                      one = (dir / "one.tif").string();
-    EXPECT_EQ(test::runVivark({"convert", three, copy, "--all-pages"}), 0);
-    EXPECT_EQ(test::runVivark({"convert", three, one, "--page", "2"}), 0);
-    std::string out;
-    EXPECT_EQ(test::runVivark({"info", copy, one}, &out), 0);
-    EXPECT_EQ(out, copy + ": Tagged Image File Format (TIFF), 20x10, 24 bits per pixel, 3 pages\n" +
-                       one + ": Tagged Image File Format (TIFF), 7x9, 8 bits per pixel\n");
+    const std::string three = (dir / "three.tif").string();
+    const struct {
+        const char* extension;
+        const char* name;
+        const char* firstDepth;
+        const char* secondDepth;
+    } targets[] = {
+        {"tif", "Tagged Image File Format (TIFF)", "24 bits per pixel", "8 bits per pixel"},
+        {"sff", "Structured Fax File (SFF)", "1 bit per pixel", "1 bit per pixel"},
+    };
+    for (const auto& t : targets) {
+        SCOPED_TRACE(t.extension);
+        const std::string copy = (dir / (std::string("copy.") + t.extension)).string(),
+                          one = (dir / (std::string("one.") + t.extension)).string();
+        EXPECT_EQ(test::runVivark({"convert", three, copy, "--all-pages", "--quiet"}), 0);
+        EXPECT_EQ(test::runVivark({"convert", three, one, "--page", "2", "--quiet"}), 0);
+        std::string out;
+        EXPECT_EQ(test::runVivark({"info", copy, one}, &out), 0);
+        EXPECT_EQ(out, copy + ": " + t.name + ", 20x10, " + t.firstDepth + ", 3 pages\n" + one +
+                           ": " + t.name + ", 7x9, " + t.secondDepth + "\n");
+    }
 }
 
 }  // namespace
