@@ -12,9 +12,10 @@
 // again plus the luma and chroma residuals of the section twelve sectors
 // past the one in which the 4Base section ends (PcdResidual.h).
 //
-// Interpolation doubles a plane with its samples on the even positions and
-// the rounded mean of the two neighbours on the odd ones, the last column and
-// row repeating the one before. Chroma is carried at half the luma's size at
+// Interpolation doubles a plane with its samples on the even positions, the
+// rounded mean of the two neighbours on the positions between two samples and
+// of the four around it on those between four; the last column and row
+// repeat the one before. Chroma is carried at half the luma's size at
 // every level and interpolated once more at the end.
 //
 // Colour: the samples are PhotoYCC, luma scaled by 1.3584 and the chroma
@@ -102,21 +103,27 @@ std::vector<uint8_t> doublePlane(const std::vector<uint8_t>& in, uint32_t w, uin
     const size_t ow = size_t{w} * 2;
     std::vector<uint8_t> out(ow * h * 2);
     for (uint32_t y = 0; y < h; ++y) {
-        const uint8_t* s = in.data() + size_t{y} * w;
+        const uint8_t* a = in.data() + size_t{y} * w;
         uint8_t* d = out.data() + size_t{y} * 2 * ow;
         for (uint32_t x = 0; x + 1 < w; ++x) {
-            d[2 * x] = s[x];
-            d[2 * x + 1] = static_cast<uint8_t>((s[x] + s[x + 1] + 1) >> 1);
+            d[2 * x] = a[x];
+            d[2 * x + 1] = static_cast<uint8_t>((a[x] + a[x + 1] + 1) >> 1);
         }
-        d[ow - 2] = d[ow - 1] = s[w - 1];
+        d[ow - 2] = d[ow - 1] = a[w - 1];
+        if (y + 1 == h) {
+            std::memcpy(d + ow, d, ow);
+            break;
+        }
+        // The row between two stored rows: the centre of four samples is
+        // their mean, not the mean of two rounded means.
+        const uint8_t* b = a + w;
+        d += ow;
+        for (uint32_t x = 0; x + 1 < w; ++x) {
+            d[2 * x] = static_cast<uint8_t>((a[x] + b[x] + 1) >> 1);
+            d[2 * x + 1] = static_cast<uint8_t>((a[x] + a[x + 1] + b[x] + b[x + 1] + 2) >> 2);
+        }
+        d[ow - 2] = d[ow - 1] = static_cast<uint8_t>((a[w - 1] + b[w - 1] + 1) >> 1);
     }
-    for (uint32_t y = 0; y + 1 < h; ++y) {
-        const uint8_t* above = out.data() + size_t{y} * 2 * ow;
-        const uint8_t* below = above + 2 * ow;
-        uint8_t* d = out.data() + (size_t{y} * 2 + 1) * ow;
-        for (size_t x = 0; x < ow; ++x) d[x] = static_cast<uint8_t>((above[x] + below[x] + 1) >> 1);
-    }
-    std::memcpy(out.data() + (size_t{h} * 2 - 1) * ow, out.data() + (size_t{h} * 2 - 2) * ow, ow);
     return out;
 }
 
