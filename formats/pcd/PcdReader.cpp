@@ -24,8 +24,11 @@
 // 0..255, as ImageMagick shows these images, so highlights keep their detail
 // instead of clipping.
 //
-// A level above the highest the pack carries loads that highest one. When the
-// caller wants only a preview, the smallest level at least that large is read.
+// The level read is the one "LoadOptions\\PhotoCD\\Resolution" names (0 Base/16
+// to 4 16Base; asking the user first is the viewer's affair). A level above
+// the highest the pack carries loads that highest one, as a viewer shows
+// what there is rather than refuse the file. When the caller wants only a
+// preview, the smallest level at least that large is read.
 #include "formats/pcd/PcdReader.h"
 
 #include <algorithm>
