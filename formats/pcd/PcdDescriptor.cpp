@@ -2,6 +2,7 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/pcd/PcdFormat.h"
+#include "formats/pcd/PcdReader.h"
 
 namespace vivark {
 namespace {
@@ -40,6 +41,6 @@ constexpr ErrorMapping kPcdErrors[] = {
 
 extern const FormatEntry pcdFormat;
 constinit const FormatEntry pcdFormat{
-    "Kodak Photo CD", makeTag("PCD "), identifyPcd, nullptr, kPcdErrors, {}, {}};
+    "Kodak Photo CD", makeTag("PCD "), identifyPcd, makePcdReader, kPcdErrors, {}, {}};
 
 }  // namespace vivark

@@ -129,9 +129,10 @@ TEST(Load, EndsWithTheMessageOfWhatWasFound) {
     const Case cases[] = {
         {"nothing recognised", Bytes().fill(1000, 0x55).data, msg::UnrecognizedFormat},
         {"slide show list", Bytes().text("Vivark SlideShow\r\na.gif\r\n").data, msg::SlideShowList},
-        // A Photo CD pack: 32 bytes of 0xFF, the orientation byte at 0xE02.
-        {"format without a reader", Bytes().fill(32, 0xFF).fill(0xE02 - 32 + 1).data,
-         msg::InvalidFile},
+        // A Photo CD pack by its identify test (32 bytes of 0xFF, the
+        // orientation byte at 0xE02) without the image pack's own signature.
+        {"pack without its signature", Bytes().fill(32, 0xFF).fill(0xE02 - 32 + 1).data,
+         msg::DataIntegrity},
         // The PNG sample's chunks carry no CRC: the reader's error is the message.
         {"reader error", test::pngSample(), msg::PngFirst + 1},
     };
