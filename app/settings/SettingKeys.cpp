@@ -17,6 +17,7 @@
 #include "core/FormatTag.h"
 #include "core/settings/SettingsTree.h"
 #include "formats/SaveOptions.h"
+#include "formats/pcd/PcdFormat.h"
 
 namespace vivark::settings {
 namespace {
@@ -99,8 +100,6 @@ constinit BoolSetting loadingProgressive{"Loading\\Progressive", true};
 constinit BoolSetting loadingAnimate{"Loading\\Animate", true};
 constinit BoolSetting loadingBeepOnError{"Loading\\BeepOnError", false};
 constinit BoolSetting loadingLoadNextOnDelete{"Loading\\LoadNextOnDelete", true};
-constinit IntSetting photoCdResolution{"LoadOptions\\PhotoCD\\Resolution", 2};
-constinit BoolSetting photoCdAskForResolution{"LoadOptions\\PhotoCD\\AskForResolution", true};
 constinit BoolSetting fileOpenAutoChangeDir{"FileOpen\\AutoChangeDir", true};
 constinit BoolSetting fileSaveAutoChangeDir{"FileSave\\AutoChangeDir", true};
 constinit TextSetting fileOpenState{"FileOpen", ""};

@@ -85,8 +85,6 @@ extern BoolSetting loadingProgressive;
 extern BoolSetting loadingAnimate;
 extern BoolSetting loadingBeepOnError;
 extern BoolSetting loadingLoadNextOnDelete;
-extern IntSetting photoCdResolution;
-extern BoolSetting photoCdAskForResolution;
 extern BoolSetting fileOpenAutoChangeDir;
 extern BoolSetting fileSaveAutoChangeDir;
 extern TextSetting fileOpenState;

@@ -5,6 +5,11 @@
 #include "formats/pcd/PcdReader.h"
 
 namespace vivark {
+
+namespace settings {
+constinit IntSetting photoCdResolution{"LoadOptions\\PhotoCD\\Resolution", 2};
+constinit BoolSetting photoCdAskForResolution{"LoadOptions\\PhotoCD\\AskForResolution", true};
+}  // namespace settings
 namespace {
 
 MessageId messageOf(PCDERROR e) {

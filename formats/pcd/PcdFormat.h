@@ -7,9 +7,17 @@
 
 #include "core/InFile.h"
 #include "core/Messages.h"
+#include "core/settings/Setting.h"
 #include "formats/FormatInfo.h"
 
 namespace vivark {
+
+// The load options of the family, kept with it and listed by the settings
+// store: the level read (0 Base/16 to 4 16Base) and whether a viewer asks.
+namespace settings {
+extern IntSetting photoCdResolution;
+extern BoolSetting photoCdAskForResolution;
+}  // namespace settings
 
 // The family's errors; the values are fixed.
 enum class PCDERROR : uint32_t {

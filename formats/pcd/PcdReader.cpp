@@ -39,7 +39,6 @@
 #include <string>
 #include <vector>
 
-#include "app/settings/SettingKeys.h"
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "formats/IdentifySupport.h"
