@@ -29,8 +29,8 @@ const WriterEntry kGemWriters[] = {
      {"gem", "img"},
      {"img", "gem"},
      makeTag("GEMP"),
-     depthSet({1}),
-     ColourNeed::BlackAndWhite,
+     depthSet({1, 4, 8}),
+     ColourNeed::Any,
      writeGem},
 };
 

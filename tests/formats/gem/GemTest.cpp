@@ -8,6 +8,7 @@
 #include <string>
 
 #include "core/Errors.h"
+#include "formats/SaveDispatch.h"
 #include "formats/gem/GemReader.h"
 #include "formats/pnm/PnmReader.h"
 #include "support/Commands.h"
@@ -80,6 +81,29 @@ TEST(Gem, XimgPaletteGivesTheColoursOfTwoPlanes) {
     const Image image = readFromBytes(file.s, makeGemReader);
     const Colour expected[4] = {rgb(0, 0, 255), rgb(255, 0, 0), rgb(128, 0, 128), rgb(64, 0, 191)};
     for (uint32_t x = 0; x < 4; ++x) EXPECT_EQ(colourAt(image, x, 0), expected[x]) << x;
+}
+
+// Our XIMG files: gemtopnm takes four planes through the desktop colours, so
+// its colour of each pixel names the plane value it read, which must be the
+// source's index; our reader gives back the source's colours.
+TEST(Gem, XimgFilesWeWriteCarryTheIndicesInTheirPlanes) {
+    if (std::system("command -v gemtopnm >/dev/null") != 0) GTEST_SKIP() << "netpbm is needed";
+    const Colour desktop[16] = {0xFFFFFF, 0xFF0000, 0x00FF00, 0xFFFF00, 0x0000FF, 0xFF00FF,
+                                0x00FFFF, 0xAAAAAA, 0x555555, 0xAA0000, 0x00AA00, 0xAAAA00,
+                                0x0000AA, 0xAA00AA, 0x00AAAA, 0x000000};
+    Image source = patternImage(21, 13, 4);
+    TempDir dir;
+    StoredSaveOptions options;
+    saveImage(source, dir / "f.img", *findWriterByExtension("img"), options);
+    EXPECT_TRUE(samePixels(readFromBytes(readWholeFile(dir / "f.img"), makeGemReader), source));
+    const Image theirs = readFromBytes(
+        commandOutput("gemtopnm '" + (dir / "f.img").string() + "' 2>/dev/null"), makePnmReader);
+    ASSERT_EQ(theirs.width(), 21u);
+    for (uint32_t y = 0; y < 13; ++y)
+        for (uint32_t x = 0; x < 21; ++x) {
+            const uint8_t index = source.plane.row(y)[x / 2] >> (x % 2 ? 0 : 4) & 0x0F;
+            ASSERT_EQ(colourAt(theirs, x, y), desktop[index]) << x << "," << y;
+        }
 }
 
 TEST(Gem, RunsPastTheLineAndBadHeadersAreRefused) {
