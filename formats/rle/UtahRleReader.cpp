@@ -13,11 +13,11 @@
 // map as its palette, or grey (through a one-channel map where there is
 // one). Three or more channels give 24 bits (channels beyond the third are
 // not shown), each channel through its own map where there are three, or
-// through the single map. Pixels no opcode reaches keep the background
-// colour, or black where the file gives none; an alpha channel becomes the
-// alpha plane, transparent where nothing was written. Pixels and lines past
-// the picture's edges are passed over, and reading stops at the picture's top
-// line even without an end opcode.
+// through the single map. Pixels no opcode reaches are black, or the
+// background colour where the file asks for the picture to be cleared to it
+// first (as the Utah tools display it: a background alone fills nothing); an alpha channel becomes
+// the alpha plane, transparent where nothing was written. Pixels and lines past the picture's edges
+// are passed over, and reading stops at the picture's top line even without an end opcode.
 //
 // RLEUERROR::InvalidFile: a bad header or colour map size.
 // RLEUERROR::DataIntegrity: an unknown opcode. RLEUERROR::UnsupportedChannels:
@@ -67,6 +67,7 @@ class UtahRleReader final : public ImageReader {
 
         uint8_t background[3] = {};
         const bool hasBackground = (h.flags & kUtahNoBackground) == 0;
+        const bool fill = hasBackground && (h.flags & kUtahClearFirst) != 0;
         if (hasBackground) {
             for (uint32_t i = 0; i < (h.channels / 2u) * 2 + 1; ++i) {
                 const uint8_t b = file.readByte();
@@ -104,8 +105,8 @@ class UtahRleReader final : public ImageReader {
             return;
         }
 
-        Image result(h.width, h.height, depth, !hasBackground);
-        if (hasBackground) {
+        Image result(h.width, h.height, depth, !fill);
+        if (fill) {
             for (uint32_t y = 0; y < h.height; ++y) {
                 uint8_t* row = result.plane.mutableRow(y);
                 if (colour) {

@@ -47,7 +47,7 @@ TEST(Gem, HandBuiltFilesDecodeAsGemtopnmDecodesThem) {
     mono.u8({0x00, 0x00, 0xFF, 0x03, 0x82, 0x80, 0x02, 0x12, 0x34});
     mono.u8({0x01, 0x81, 0x00, 0x01, 0x3C, 0x01});
     // Four planes of 16 pixels: pixel x has value x on the first line; the
-    // second line stands for two and mixes runs across the planes.
+    // second line stands for two and mixes the kinds of run.
     Bytes colour = gemHeader(9, 4, 1, 16, 3);
     colour.be16(0);  // the ninth word
     for (uint16_t plane = 0; plane < 4; ++plane) {
@@ -55,7 +55,7 @@ TEST(Gem, HandBuiltFilesDecodeAsGemtopnmDecodesThem) {
         for (uint16_t x = 0; x < 16; ++x) bits |= uint16_t(((x >> plane) & 1) << (15 - x));
         colour.u8({0x80, 0x02}).be16(bits);
     }
-    colour.u8({0x00, 0x00, 0xFF, 0x02, 0x00, 0x03, 0xF0, 0x80, 0x01, 0x0F, 0x82, 0x01, 0x81});
+    colour.u8({0x00, 0x00, 0xFF, 0x02, 0x00, 0x02, 0xF0, 0x80, 0x01, 0x0F, 0x01, 0x82, 0x01, 0x81});
     const struct {
         const char* name;
         std::string bytes;

@@ -42,19 +42,21 @@ struct Bytes {
     }
 };
 
-// A Utah header of width 5 and height 3 at position 2, 7 (the position is
-// not part of the picture), without its background or maps.
+// A Utah header of width 5 and height 3 at position 0, 7 (the position is
+// not part of the picture), without its background or maps. (rletopnm
+// shifts a picture by its x position, so that stays 0.)
 Bytes utahHeader(uint8_t flags, uint8_t channels, uint8_t mapChannels, uint8_t mapLog2) {
     Bytes b;
-    b.u16(0xCC52).u16(2).u16(7).u16(5).u16(3);
+    b.u16(0xCC52).u16(0).u16(7).u16(5).u16(3);
     return b.u8(flags).u8(channels).u8(8).u8(mapChannels).u8(mapLog2);
 }
 
 TEST(UtahRle, HandBuiltFilesDecodeAsRletopnmDecodesThem) {
     if (std::system("command -v rletopnm >/dev/null") != 0) GTEST_SKIP() << "netpbm is needed";
-    // Three channels on a background: byte data (odd and even counts), a
-    // skipped pixel, runs and set-colour in both forms, a long skip of lines.
-    Bytes rgb = utahHeader(0, 3, 0, 0);
+    // Three channels cleared to a background: byte data (odd and even
+    // counts), a skipped pixel, runs and set-colour in both forms, a long
+    // skip of lines.
+    Bytes rgb = utahHeader(kUtahClearFirst, 3, 0, 0);
     rgb.u8(10).u8(20).u8(30);  // background, three bytes: already an odd count
     rgb.op(kUtahSetColour, 0).bytes({1, 2, 3}).op(kUtahSkipPixels, 1).run(1, 9);
     rgb.op(kUtahSetColour, 1, true).run(5, 77, true);
@@ -82,13 +84,19 @@ TEST(UtahRle, HandBuiltFilesDecodeAsRletopnmDecodesThem) {
             maps.op(kUtahSetColour, c).bytes({uint8_t(40 * line + c), 90, 180, 250, 3});
         maps.op(kUtahSkipLines, 1);
     }
-    // Grey with a background and nothing else: the whole picture is background.
+    // Grey with a background and no pixels: cleared to it, or not.
+    Bytes cleared = utahHeader(kUtahClearFirst, 1, 0, 0);
+    cleared.u8(99).op(kUtahEof, 0);
     Bytes empty = utahHeader(0, 1, 0, 0);
     empty.u8(99).op(kUtahEof, 0);
     const struct {
         const char* name;
         std::string bytes;
-    } cases[] = {{"rgb", rgb.s}, {"mapped", mapped.s}, {"maps", maps.s}, {"empty", empty.s}};
+    } cases[] = {{"rgb", rgb.s},
+                 {"mapped", mapped.s},
+                 {"maps", maps.s},
+                 {"cleared", cleared.s},
+                 {"empty", empty.s}};
     TempDir dir;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
