@@ -6,8 +6,8 @@
 //   skip lines n, set colour c (channel 0 to 2, or 255 for alpha; back to the
 //   line's start), skip pixels n, byte data (n bytes, padded to an even
 //   count), run data (n pixels of one 16-bit word's low byte), end of file.
-// Each has a short form (one operand byte) and a long form (opcode + 0x40, a
-// pad byte, a 16-bit operand); counts are stored less one.
+// Each but set colour also has a long form (opcode + 0x40, a pad byte, a
+// 16-bit operand); counts are stored less one.
 //
 // One channel gives an 8-bit image: indices through a three-channel colour
 // map as its palette, or grey (through a one-channel map where there is
@@ -176,8 +176,12 @@ class UtahRleReader final : public ImageReader {
         while (line < h.height) {
             const uint8_t op = file.readByte();
             const uint8_t operand = file.readByte();
-            const uint32_t datum = (op & kUtahLongForm) ? file.readLE16() : operand;
-            switch (op & ~kUtahLongForm) {
+            const uint8_t code = op & ~kUtahLongForm;
+            // Set colour has no long form: the Utah tools take its operand
+            // byte whatever the flag says.
+            const bool longForm = (op & kUtahLongForm) && code != kUtahSetColour;
+            const uint32_t datum = longForm ? file.readLE16() : operand;
+            switch (code) {
                 case kUtahSkipLines: {
                     const uint32_t next = std::min(h.height, line + datum);
                     for (uint32_t l = line; l < next; ++l)

@@ -54,12 +54,11 @@ Bytes utahHeader(uint8_t flags, uint8_t channels, uint8_t mapChannels, uint8_t m
 TEST(UtahRle, HandBuiltFilesDecodeAsRletopnmDecodesThem) {
     if (std::system("command -v rletopnm >/dev/null") != 0) GTEST_SKIP() << "netpbm is needed";
     // Three channels cleared to a background: byte data (odd and even
-    // counts), a skipped pixel, runs and set-colour in both forms, a long
-    // skip of lines.
+    // counts), a skipped pixel, runs and skips in both forms.
     Bytes rgb = utahHeader(kUtahClearFirst, 3, 0, 0);
     rgb.u8(10).u8(20).u8(30);  // background, three bytes: already an odd count
     rgb.op(kUtahSetColour, 0).bytes({1, 2, 3}).op(kUtahSkipPixels, 1).run(1, 9);
-    rgb.op(kUtahSetColour, 1, true).run(5, 77, true);
+    rgb.op(kUtahSetColour, 1).run(5, 77, true);
     rgb.op(kUtahSetColour, 2).op(kUtahSkipPixels, 2, true).bytes({200, 201});
     rgb.op(kUtahSkipLines, 2, true).op(kUtahSetColour, 0).bytes({5, 6, 7, 8, 9});
     rgb.op(kUtahEof, 0);
@@ -174,7 +173,7 @@ TEST(CompuserveRle, RunsAlternateFromTheBackgroundThroughThePicture) {
             white;  // first and last pixel of each white stretch
     } cases[] = {
         // Runs cross lines; an empty run continues the colour before it.
-        {compuserve('M', {3, 2, 123, 5, 0, 5}), 128, {{3, 4}, {128, 137}}},
+        {compuserve('M', {3, 2, 95, 0, 28, 5, 0, 5}), 128, {{3, 4}, {128, 137}}},
         // Line breaks between runs are passed over.
         {compuserve('H', {95, 95, 0, 1}, "\r\n"), 256, {{95, 190}}},
         {compuserve('M', {0, 95, 0, 95, 0, 95, 0, 95, 0, 95}), 128, {{0, 474}}},
