@@ -190,14 +190,14 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
     const auto found = kNetpbm.find(ext);
     const std::string quoted = "'" + file.string() + "'";
     // xwdtopnm gives colour-mapped dumps 16 bits a sample.
+    // gemtopnm knows no XIMG palette; tests/formats/gem reads the planes of
+    // our XIMG files through it.
+    if (ext == "img" && source.bitsPerPixel() != 1) return {};
     if (ext == "xwd") return "xwdtopnm " + quoted + " 2>/dev/null | pamdepth 255 2>/dev/null";
     if (found != kNetpbm.end()) return found->second + " " + quoted + " 2>/dev/null";
     // Compuserve RLE has no independent decoder; tests/formats/rle reads
     // files built from the format's description.
     if (ext == "sff" || ext == "rlec") return {};
-    // gemtopnm knows no XIMG palette; tests/formats/gem reads the planes of
-    // our XIMG files through it.
-    if (ext == "img" && source.bitsPerPixel() != 1) return {};
     // A MacPaint page is 576 × 720 with the picture at its centre.
     if (ext == "mac") {
         const uint32_t w = source.width(), h = source.height();
