@@ -60,6 +60,11 @@ struct WriterEntry {
     uint8_t keeps = 0;
     // Null when the format holds one page only.
     WritePagesFunction writePages = nullptr;
+    // The largest picture the format holds, for formats of a fixed page
+    // (MacPaint's 576 × 720): the writer cuts a larger one down and the
+    // command line warns. Zero when any size is kept.
+    uint32_t canvasWidth = 0;
+    uint32_t canvasHeight = 0;
 
     bool accepts(uint32_t bitsPerPixel) const {
         return bitsPerPixel < 32 && (depths >> bitsPerPixel & 1) != 0;

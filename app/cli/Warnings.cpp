@@ -55,6 +55,11 @@ std::vector<std::string> lossesOf(const Image& source, const Image& converted,
         (keepsAlpha && converted.secondPlaneKind == SecondPlane::Alpha);
     if (source.transparentIndex && !transparencyKept)
         losses.push_back("transparency dropped: " + format + " cannot store it");
+    if (writer.canvasWidth != 0 &&
+        (converted.width() > writer.canvasWidth || converted.height() > writer.canvasHeight))
+        losses.push_back("cropped to " + std::to_string(writer.canvasWidth) + "x" +
+                         std::to_string(writer.canvasHeight) + ": " + format +
+                         " holds no larger picture");
     if (source.pageCount > 1 && !pageChosen && !(writer.keeps & kKeepsPages)) {
         const bool one = source.pageCount == 2;
         const std::string what = source.animation ? (one ? "frame 2" : "frames 2 to ")

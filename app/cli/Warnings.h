@@ -45,7 +45,8 @@ uint32_t distinctColours(const Image& image);
 
 // One line per thing `writer` does not keep of `source`, given the image as
 // converted for it: alpha or transparency, pages or frames beyond the one
-// written (unless the user chose the page), colours merged by a reduction.
+// written (unless the user chose the page), colours merged by a reduction,
+// a picture cut down to a fixed-page format's size.
 std::vector<std::string> lossesOf(const Image& source, const Image& converted,
                                   const WriterEntry& writer, bool pageChosen);
 

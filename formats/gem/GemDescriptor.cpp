@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/gem/GemFormat.h"
+#include "formats/gem/GemReader.h"
+#include "formats/gem/GemWriter.h"
 
 namespace vivark {
 namespace {
@@ -22,10 +24,25 @@ constexpr ErrorMapping kGemErrors[] = {
     errorMapping<IMGERROR, messageOf, 3>(),
 };
 
+const WriterEntry kGemWriters[] = {
+    {"Digital Research GEM Paint",
+     {"gem", "img"},
+     {"img", "gem"},
+     makeTag("GEMP"),
+     depthSet({1, 4, 8}),
+     ColourNeed::Any,
+     writeGem},
+};
+
 }  // namespace
 
 extern const FormatEntry gemFormat;
-constinit const FormatEntry gemFormat{
-    "Digital Research GEM Paint", makeTag("GEMP"), identifyGem, nullptr, kGemErrors, {}, {}};
+constinit const FormatEntry gemFormat{"Digital Research GEM Paint",
+                                      makeTag("GEMP"),
+                                      identifyGem,
+                                      makeGemReader,
+                                      kGemErrors,
+                                      kGemWriters,
+                                      {}};
 
 }  // namespace vivark

@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/macpaint/MacPaintFormat.h"
+#include "formats/macpaint/MacPaintReader.h"
+#include "formats/macpaint/MacPaintWriter.h"
 
 namespace vivark {
 namespace {
@@ -18,10 +20,30 @@ constexpr ErrorMapping kMacPaintErrors[] = {
     errorMapping<MACPERROR, messageOf, 1>(),
 };
 
+const WriterEntry kMacPaintWriters[] = {
+    {"MacPaint",
+     {"macpaint", "mac"},
+     {"mac", "pntg", "macp"},
+     makeTag("PNTG"),
+     depthSet({1}),
+     ColourNeed::BlackAndWhite,
+     writeMacPaint,
+     {},
+     0,
+     nullptr,
+     kMacPaintWidth,
+     kMacPaintHeight},
+};
+
 }  // namespace
 
 extern const FormatEntry macPaintFormat;
-constinit const FormatEntry macPaintFormat{
-    "MacPaint", makeTag("PNTG"), identifyMacPaint, nullptr, kMacPaintErrors, {}, {}};
+constinit const FormatEntry macPaintFormat{"MacPaint",
+                                           makeTag("PNTG"),
+                                           identifyMacPaint,
+                                           makeMacPaintReader,
+                                           kMacPaintErrors,
+                                           kMacPaintWriters,
+                                           {}};
 
 }  // namespace vivark

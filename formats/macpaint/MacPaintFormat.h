@@ -11,6 +11,13 @@
 
 namespace vivark {
 
+// A document is one page of this size at one bit per pixel, behind a
+// 512-byte header (a version word and 38 fill patterns of 8 bytes).
+inline constexpr uint32_t kMacPaintWidth = 576;
+inline constexpr uint32_t kMacPaintHeight = 720;
+inline constexpr uint32_t kMacPaintRowBytes = kMacPaintWidth / 8;
+inline constexpr uint32_t kMacPaintHeaderSize = 512;
+
 // The family's errors; the values are fixed.
 enum class MACPERROR : uint32_t { Unknown = 0 };
 

@@ -2,6 +2,7 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/picb/PicbFormat.h"
+#include "formats/picb/PicbReader.h"
 
 namespace vivark {
 namespace {
@@ -22,6 +23,6 @@ constexpr ErrorMapping kPicbErrors[] = {
 
 extern const FormatEntry picbFormat;
 constinit const FormatEntry picbFormat{
-    "PICB", makeTag("PICB"), identifyPicb, nullptr, kPicbErrors, {}, {}};
+    "PICB", makeTag("PICB"), identifyPicb, makePicbReader, kPicbErrors, {}, {}};
 
 }  // namespace vivark

@@ -11,6 +11,11 @@
 
 namespace vivark {
 
+// The 76-byte little-endian header: magic 0x3039 at 0, width at 2, height
+// at 4, bits per pixel at 6 (1, 4, 8 or 24); the rest is reserved.
+inline constexpr uint32_t kPicbHeaderSize = 76;
+inline constexpr uint16_t kPicbMagic = 0x3039;
+
 // The family's errors; the values are fixed.
 enum class PICBERROR : uint32_t { InvalidFile = 0 };
 

@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/rle/RleFormat.h"
+#include "formats/rle/RleReader.h"
+#include "formats/rle/RleWriter.h"
 
 namespace vivark {
 namespace {
@@ -36,19 +38,51 @@ constexpr ErrorMapping kUtahRleErrors[] = {
     errorMapping<RLEUERROR, messageOf, 4>(),
 };
 
+const WriterEntry kCompuserveRleWriters[] = {
+    {"Compuserve RLE",
+     {"rlec", "compuserve"},
+     {"rlec"},
+     makeTag("RLEC"),
+     depthSet({1}),
+     ColourNeed::BlackAndWhite,
+     writeCompuserveRle,
+     {},
+     0,
+     nullptr,
+     kRlecHighWidth,
+     kRlecHighHeight},
+};
+
+const WriterEntry kUtahRleWriters[] = {
+    {"Utah RLE",
+     {"utah", "rleu"},
+     {"rle", "urt"},
+     makeTag("RLEU"),
+     depthSet({8, 24}),
+     ColourNeed::Any,
+     writeUtahRle,
+     {},
+     kKeepsAlpha},
+};
+
 }  // namespace
 
 extern const FormatEntry compuserveRleFormat;
 constinit const FormatEntry compuserveRleFormat{"Compuserve RLE",
                                                 makeTag("RLEC"),
                                                 identifyCompuserveRle,
-                                                nullptr,
+                                                makeCompuserveRleReader,
                                                 kCompuserveRleErrors,
-                                                {},
+                                                kCompuserveRleWriters,
                                                 {}};
 
 extern const FormatEntry utahRleFormat;
-constinit const FormatEntry utahRleFormat{
-    "Utah RLE", makeTag("RLEU"), identifyUtahRle, nullptr, kUtahRleErrors, {}, {}};
+constinit const FormatEntry utahRleFormat{"Utah RLE",
+                                          makeTag("RLEU"),
+                                          identifyUtahRle,
+                                          makeUtahRleReader,
+                                          kUtahRleErrors,
+                                          kUtahRleWriters,
+                                          {}};
 
 }  // namespace vivark

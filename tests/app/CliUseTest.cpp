@@ -127,6 +127,7 @@ class CliUse : public ::testing::Test {
         std::string jpeg = readWholeFile(dir / "photo.jpg");
         dir.write("cut.jpg", jpeg.substr(0, jpeg.size() / 2));
         std::filesystem::create_directory(dir / "folder");
+        dir.write("wide.pbm", "P4\n300 2\n" + std::string(38 * 2, '\x0F'));
     }
     static void TearDownTestSuite() {
         delete dir_;
@@ -180,6 +181,10 @@ TEST_F(CliUse, EachCaseEndsWithItsStatusAndWords) {
          {"convert", "rgba.png", "flat.bmp"},
          0,
          "vivark: rgba.png: alpha dropped: Windows Bitmap cannot store it"},
+        {"a fixed-page format says what it cut off",
+         {"convert", "wide.pbm", "wide.rlec"},
+         0,
+         "vivark: wide.pbm: cropped to 256x192: Compuserve RLE holds no larger picture"},
         {"--quiet silences warnings", {"convert", "rgba.png", "quiet.bmp", "--quiet"}, 0, nullptr},
         {"--verbose says what was written",
          {"convert", "rgba.png", "loud.png", "-v"},

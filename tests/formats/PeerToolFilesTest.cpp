@@ -1,7 +1,8 @@
-// Files that the peer tools (netpbm, ImageMagick) write, read by us and
-// compared with the tools' own decoding of the same file: one row per tool
-// and option set, over every family these tools write (SGI, FITS, Photoshop,
-// IFF). The pictures are made here, so each row starts from the same image.
+// Files that the peer tools (netpbm, ImageMagick, Pillow) write, read by us
+// and compared with the tools' own decoding of the same file: one row per
+// tool and option set, over every family these tools write (SGI, FITS,
+// Photoshop, IFF, MacPaint, GEM, Utah RLE, Microsoft Paint). The pictures
+// are made here, so each row starts from the same image.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -26,10 +27,11 @@ namespace {
 using namespace test;
 
 // The sources: a 23×11 true-colour picture with a flat band and noise, its
-// grey version and a 16-colour picture, as raw PNM.
+// grey version, its black-and-white version and a 16-colour picture, as raw
+// PNM.
 void writeSources(const std::filesystem::path& dir) {
     const uint32_t w = 23, h = 11;
-    std::string rgbPixels, greyPixels, palPixels;
+    std::string rgbPixels, greyPixels, palPixels, bwPixels((w + 7) / 8 * h, '\0');
     for (uint32_t y = 0; y < h; ++y)
         for (uint32_t x = 0; x < w; ++x) {
             const uint8_t r = x < 6 ? 200 : uint8_t(x * 11 + y * 7);
@@ -37,6 +39,8 @@ void writeSources(const std::filesystem::path& dir) {
             const uint8_t b = x < 6 ? 60 : uint8_t(255 - x * 5 - y * 9);
             rgbPixels += {char(r), char(g), char(b)};
             greyPixels += char((r * 3 + g * 6 + b) / 10);
+            if ((r * 3 + g * 6 + b) / 10 < 128)
+                bwPixels[y * ((w + 7) / 8) + x / 8] |= char(0x80 >> x % 8);
             const uint32_t i = x > 3 ? (3 * x + 5 * y + x * y) % 16 : 2;
             palPixels += {char(i * 16), char(255 - i * 13), char(i * 77 % 256)};
         }
@@ -44,6 +48,10 @@ void writeSources(const std::filesystem::path& dir) {
     std::ofstream(dir / "rgb.ppm", std::ios::binary) << "P6\n" << size << rgbPixels;
     std::ofstream(dir / "grey.pgm", std::ios::binary) << "P5\n" << size << greyPixels;
     std::ofstream(dir / "pal.ppm", std::ios::binary) << "P6\n" << size << palPixels;
+    std::ofstream(dir / "bw.pbm", std::ios::binary)
+        << "P4\n"
+        << std::to_string(w) + " " + std::to_string(h) + "\n"
+        << bwPixels;
 }
 
 // The largest channel difference between two images of the same size.
@@ -71,6 +79,9 @@ TEST(PeerToolFiles, OurDecodingEqualsTheToolsOwn) {
     const std::string fits = "fitstopnm -omaxval=255 f | pamflip -topbottom";
     const std::string ilbm = "ilbmtoppm f";
     const std::string psd = im + "psd:f[0] -alpha off -depth 8 ppm:-";
+    const std::string pillow = "/usr/bin/python3 -c \"from PIL import Image; ";
+    const std::string pillowDecode =
+        pillow + "import sys; Image.open('f').convert('L').save(sys.stdout.buffer, 'PPM')\"";
     const struct {
         const char* tag;
         std::string make, decode;
@@ -111,6 +122,17 @@ TEST(PeerToolFiles, OurDecodingEqualsTheToolsOwn) {
         {"PSD ", im + "rgb.ppm -colorspace CMYK -depth 16 -compress None psd:f", psd, 2},
         {"PSD ", im + "rgb.ppm -colorspace Lab psd:f", psd, 1},
         {"PSD ", im + "rgb.ppm pal.ppm -adjoin psd:f", psd, 0},
+        {"PNTG", "pbmtomacp bw.pbm > f", "macptopbm f", 0},
+        // The same document behind a MacBinary header (name, then type "PNTG").
+        {"PNTG",
+         "(printf '\\0\\4test'; head -c 59 /dev/zero; printf PNTG; head -c 59 /dev/zero; "
+         "pbmtomacp bw.pbm) > f",
+         "macptopbm -extraskip 128 f", 0},
+        {"GEMP", "pbmtogem bw.pbm > f", "gemtopnm f", 0},
+        {"RLEU", "pnmtorle rgb.ppm > f", "rletopnm f", 0},
+        {"RLEU", "pnmtorle grey.pgm > f", "rletopnm f", 0},
+        {"RLEU", "pnmtorle -alpha rgb.ppm > f", "rletopnm f", 0},
+        {"MSP ", pillow + "Image.open('bw.pbm').save('f', 'MSP')\"", pillowDecode, 0},
     };
     TempDir dir;
     writeSources(dir.path());

@@ -174,9 +174,10 @@ bool parsePnm(const std::string& text, Decoded& out) {
 
 // The independent decoder of a writer's files: netpbm's converter for the
 // format where it has one (ImageMagick 6 turns some bottom-up files over),
-// libjpeg's djpeg for JPEG, libtiff's fax2tiff for raw fax, ImageMagick
-// otherwise; empty where none of them reads the format (structured fax,
-// checked by tests/formats/fax against files built by hand).
+// libjpeg's djpeg for JPEG, libtiff's fax2tiff for raw fax, Pillow for
+// Microsoft Paint, ImageMagick otherwise; empty where none of them reads the
+// format (structured fax and Compuserve RLE, checked against files built by
+// hand).
 std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file,
                            const Image& source) {
     static const std::map<std::string, std::string> kNetpbm = {
@@ -184,14 +185,31 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
         {"png", "pngtopnm"},   {"pbm", "pamtopnm"},   {"pgm", "pamtopnm"},  {"ppm", "pamtopnm"},
         {"pnm", "pamtopnm"},   {"jpg", "djpeg -pnm"}, {"xbm", "xbmtopbm"},  {"xpm", "xpmtoppm"},
         {"wbmp", "wbmptopbm"}, {"xwd", "xwdtopnm"},   {"ras", "rasttopnm"}, {"tif", "tifftopnm"},
-        {"sgi", "sgitopnm"},   {"iff", "ilbmtoppm"}};
+        {"sgi", "sgitopnm"},   {"iff", "ilbmtoppm"},  {"img", "gemtopnm"},  {"rle", "rletopnm"}};
     const std::string ext = extensionOf(writer);
     const auto found = kNetpbm.find(ext);
     const std::string quoted = "'" + file.string() + "'";
     // xwdtopnm gives colour-mapped dumps 16 bits a sample.
+    // gemtopnm knows no XIMG palette; tests/formats/gem reads the planes of
+    // our XIMG files through it.
+    if (ext == "img" && source.bitsPerPixel() != 1) return {};
     if (ext == "xwd") return "xwdtopnm " + quoted + " 2>/dev/null | pamdepth 255 2>/dev/null";
     if (found != kNetpbm.end()) return found->second + " " + quoted + " 2>/dev/null";
-    if (ext == "sff") return {};
+    // Compuserve RLE has no independent decoder; tests/formats/rle reads
+    // files built from the format's description.
+    if (ext == "sff" || ext == "rlec") return {};
+    // A MacPaint page is 576 × 720 with the picture at its centre.
+    if (ext == "mac") {
+        const uint32_t w = source.width(), h = source.height();
+        return "macptopbm " + quoted + " 2>/dev/null | pamcut -left " +
+               std::to_string((576 - w) / 2) + " -top " + std::to_string((720 - h) / 2) +
+               " -width " + std::to_string(w) + " -height " + std::to_string(h);
+    }
+    // Pillow reads both versions of Microsoft Paint.
+    if (ext == "msp")
+        return "/usr/bin/python3 -c \"import sys; from PIL import Image; "
+               "Image.open(sys.argv[1]).convert('L').save(sys.stdout.buffer, 'PPM')\" " +
+               quoted + " 2>/dev/null";
     if (ext == "g3") {
         // A raw fax states no width; fax2tiff also counts the end-of-page
         // code's end-of-line codes as rows, which pamcut drops.
