@@ -188,4 +188,18 @@ void SafeOutFile::commit() {
     committed_ = true;
 }
 
+bool writeWholeFile(const std::filesystem::path& target,
+                    const std::function<void(OutFile&)>& write) {
+    try {
+        SafeOutFile file(target);
+        write(file.out());
+        file.commit();
+        return true;
+    } catch (CREATEERROR) {
+        return false;
+    } catch (OUTFILEERROR) {
+        return false;
+    }
+}
+
 }  // namespace vivark

@@ -27,6 +27,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "core/OutFile.h"
 
@@ -75,5 +76,11 @@ class SafeOutFile {
     bool committed_ = false;
     bool durable_ = false;
 };
+
+// Writes a small text or data file (a palette, a filter) through a
+// SafeOutFile: true when it is in place, false when it could not be created
+// or written (the target is then as it was).
+bool writeWholeFile(const std::filesystem::path& target,
+                    const std::function<void(OutFile&)>& write);
 
 }  // namespace vivark

@@ -160,16 +160,7 @@ void writeFilter(OutFile& file, const FilterGrid& grid) {
 }
 
 bool writeFilterFile(const std::string& path, const FilterGrid& grid) {
-    try {
-        SafeOutFile file(path);
-        writeFilter(file.out(), grid);
-        file.commit();
-        return true;
-    } catch (CREATEERROR) {
-        return false;
-    } catch (OUTFILEERROR) {
-        return false;
-    }
+    return writeWholeFile(path, [&](OutFile& out) { writeFilter(out, grid); });
 }
 
 std::variant<ConvolutionFilter, FilterFailure> acceptFilter(const FilterGrid& grid) {

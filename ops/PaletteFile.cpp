@@ -83,16 +83,7 @@ void writePalette(OutFile& file, const PaletteColours& palette) {
 }
 
 bool writePaletteFile(const std::string& path, const PaletteColours& palette) {
-    try {
-        SafeOutFile file(path);
-        writePalette(file.out(), palette);
-        file.commit();
-        return true;
-    } catch (CREATEERROR) {
-        return false;
-    } catch (OUTFILEERROR) {
-        return false;
-    }
+    return writeWholeFile(path, [&](OutFile& out) { writePalette(out, palette); });
 }
 
 std::optional<PaletteColours> paletteOf(const Image& image) {
