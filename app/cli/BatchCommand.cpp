@@ -477,8 +477,10 @@ void registerBatch(CLI::App& app, CommandContext& context,
         app.add_subcommand("batch", "Convert many files by a script, in parallel and resumably");
     command->add_option("INPUT", options->inputs, "Files, folders and quoted glob patterns");
     command->add_option("--script", options->script, "Script file (\"Vivark Script\")");
-    command->add_option("--step", options->steps,
-                        "A script step, e.g. \"Resize;width=800;height=600\" (after the script's)");
+    command
+        ->add_option("--step", options->steps,
+                     "A script step, e.g. \"Resize;width=800;height=600\" (after the script's)")
+        ->allow_extra_args(false);
     command->add_option("--write-script", options->writeScript,
                         "Save the steps as a script file (then convert INPUT, if given)");
     command->add_option("--to", options->format, "Output format: a menu or short name");

@@ -53,9 +53,10 @@ TEST(BatchCommandTest, FolderRunReportsEveryFileInOrderAndGoesOnAfterAFailure) {
     writeBmp(dir / "in/a.bmp", 20, 40);
     writeBmp(dir / "in/sub/c.bmp", 10, 10);
     dir.write("in/notes.txt", "not an image");
-    const std::vector<std::string> base = {"batch", (dir / "in").string(), "-r", "--to", "png",
-                                           "--out", (dir / "out").string(), "--json", "--jobs", "3",
-                                           "--step", "Resize;width=16"};
+    const std::vector<std::string> base = {
+        "batch",  (dir / "in").string(),  "-r",     "--to",   "png",
+        "--out",  (dir / "out").string(), "--json", "--jobs", "3",
+        "--step", "Resize;width=16"};
     std::string out, err;
     EXPECT_EQ(test::runVivark(base, &out, &err), 1) << err;
     const auto records = lines(out);
@@ -96,8 +97,15 @@ TEST(BatchCommandTest, OutputsNeverReplaceSourcesAndOriginalsGoOnlyAfterReadBack
     writeBmp(dir / "a.bmp", 8, 8);
     writeBmp(dir / "b.bmp", 8, 8);
     const auto run = [&](std::vector<std::string> extra, std::string& out) {
-        std::vector<std::string> args = {"batch", "--use-original-dir", "--to", "bmp", "--json",
-                                         (dir / "a.bmp").string(), (dir / "b.bmp").string()};
+        std::vector<std::string> args = {"batch",
+                                         "--use-original-dir",
+                                         "--to",
+                                         "bmp",
+                                         "--json",
+                                         "--journal",
+                                         (dir / "journal").string(),
+                                         (dir / "a.bmp").string(),
+                                         (dir / "b.bmp").string()};
         args.insert(args.end(), extra.begin(), extra.end());
         return test::runVivark(args, &out);
     };
@@ -128,11 +136,11 @@ TEST(BatchCommandTest, ScriptStepsGiveTheConvertCommandsPixels) {
     };
     for (const auto& c : cases) {
         std::string err;
-        ASSERT_EQ(test::runVivark({"batch", (dir / "in/p.bmp").string(), "--to", "bmp", "--out",
-                                   (dir / "b").string(), "--if-exists", "overwrite", "--step",
-                                   c.step},
-                                  nullptr, &err),
-                  0)
+        ASSERT_EQ(
+            test::runVivark({"batch", (dir / "in/p.bmp").string(), "--to", "bmp", "--out",
+                             (dir / "b").string(), "--if-exists", "overwrite", "--step", c.step},
+                            nullptr, &err),
+            0)
             << c.step << err;
         std::vector<std::string> convert = {"convert", (dir / "in/p.bmp").string(),
                                             (dir / "c.bmp").string()};

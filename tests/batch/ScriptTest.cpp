@@ -80,13 +80,12 @@ TEST(ScriptFileTest, RefusedScriptsNameTheirLine) {
         const auto file = dir.write("bad.vvs", c.text);
         const ScriptLoad load = loadScript(file);
         EXPECT_FALSE(load.script) << c.expected;
-        EXPECT_NE(load.problem.find(file.string() + c.expected), std::string::npos)
-            << load.problem;
+        EXPECT_NE(load.problem.find(file.string() + c.expected), std::string::npos) << load.problem;
     }
     // The header is compared over its 13 characters, ignoring case; a blank
     // line and LF line ends are accepted.
-    const ScriptLoad lenient =
-        loadScript(dir.write("ok.vvs", "VIVARK SCRIPT v3\nnegative\n\nMirror;direction=Vertical\n"));
+    const ScriptLoad lenient = loadScript(
+        dir.write("ok.vvs", "VIVARK SCRIPT v3\nnegative\n\nMirror;direction=Vertical\n"));
     ASSERT_TRUE(lenient.script) << lenient.problem;
     EXPECT_EQ(lenient.script->size(), 2u);
 }
@@ -173,7 +172,8 @@ TEST(ShardTest, ShardsAreDisjointAndCoverTheSet) {
 TEST(JournalTest, RecordsSurviveAReopenAndACutLastLine) {
     TempDir dir;
     const auto output = dir.write("a.png", "x");
-    JournalRecord record{"/in/\"odd\"\tname.jpg", 1234, 1700000000123456789, "00ff", output.string()};
+    JournalRecord record{"/in/\"odd\"\tname.jpg", 1234, 1700000000123456789, "00ff",
+                         output.string()};
     {
         Journal journal(dir / "j.jsonl");
         ASSERT_TRUE(journal.append(record));

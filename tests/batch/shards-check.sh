@@ -51,7 +51,6 @@ fi
 # processes, one shard each, real conversions.
 if command -v parallel > /dev/null; then
   mkdir photos
-  "$vivark" batch --help > /dev/null
   for i in $(seq 1 12); do
     printf 'P2\n2 2\n255\n0 %d 200 255\n' "$i" > "photos/p$i.pgm"
   done
