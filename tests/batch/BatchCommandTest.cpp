@@ -48,7 +48,7 @@ size_t count(const std::string& text, const std::string& what) {
 }
 
 TEST(BatchCommandTest, FolderRunReportsEveryFileInOrderAndGoesOnAfterAFailure) {
-    TempDir dir;
+    test::TempDir dir;
     writeBmp(dir / "in/b.bmp", 40, 20);
     writeBmp(dir / "in/a.bmp", 20, 40);
     writeBmp(dir / "in/sub/c.bmp", 10, 10);
@@ -88,12 +88,14 @@ TEST(BatchCommandTest, FolderRunReportsEveryFileInOrderAndGoesOnAfterAFailure) {
         args[1] = (dir / "in/b.bmp").string();
         ASSERT_EQ(test::runVivark(args, &out, &err), 0) << c.choice << err;
         EXPECT_EQ(count(out, c.status), 2u) << c.choice << out;
-        if (c.renamed) EXPECT_TRUE(fs::exists(dir / c.renamed)) << c.choice;
+        if (c.renamed) {
+            EXPECT_TRUE(fs::exists(dir / c.renamed)) << c.choice;
+        }
     }
 }
 
 TEST(BatchCommandTest, OutputsNeverReplaceSourcesAndOriginalsGoOnlyAfterReadBack) {
-    TempDir dir;
+    test::TempDir dir;
     writeBmp(dir / "a.bmp", 8, 8);
     writeBmp(dir / "b.bmp", 8, 8);
     const auto run = [&](std::vector<std::string> extra, std::string& out) {
@@ -121,7 +123,7 @@ TEST(BatchCommandTest, OutputsNeverReplaceSourcesAndOriginalsGoOnlyAfterReadBack
 
 // A script step runs the operation "vivark convert" runs.
 TEST(BatchCommandTest, ScriptStepsGiveTheConvertCommandsPixels) {
-    TempDir dir;
+    test::TempDir dir;
     writeBmp(dir / "in/p.bmp", 30, 20);
     const struct {
         const char* step;
@@ -153,7 +155,7 @@ TEST(BatchCommandTest, ScriptStepsGiveTheConvertCommandsPixels) {
 // Killed with SIGKILL after a few files, then resumed: every file is
 // converted once, and nothing partial is left.
 TEST(BatchCommandTest, KilledRunResumesWithEveryFileConvertedOnce) {
-    TempDir dir;
+    test::TempDir dir;
     constexpr int kFiles = 24;
     for (int i = 0; i < kFiles; ++i)
         writeBmp(dir / "in" / ("p" + std::to_string(100 + i) + ".bmp"), 300, 200);

@@ -22,7 +22,7 @@ Step parsed(std::string_view line) {
 }
 
 TEST(ScriptFileTest, ExampleScriptReadsWithItsSteps) {
-    TempDir dir;
+    test::TempDir dir;
     const auto file = dir.write("example.vvs",
                                 "Vivark Script\r\n"
                                 "Resize;height=600;letterbox=no;proportional=yes;resample=yes;"
@@ -42,7 +42,7 @@ TEST(ScriptFileTest, ExampleScriptReadsWithItsSteps) {
 // Every operation written with all its keys by --write-script reads back to
 // the same steps; the lines are in key order whatever order keys were given.
 TEST(ScriptFileTest, WrittenScriptReadsBackToTheSameSteps) {
-    TempDir dir;
+    test::TempDir dir;
     std::vector<std::string> args = {"batch", "--write-script", (dir / "all.vvs").string()};
     for (const OperationRow& row : operationTable()) {
         args.push_back("--step");
@@ -56,7 +56,7 @@ TEST(ScriptFileTest, WrittenScriptReadsBackToTheSameSteps) {
     ASSERT_EQ(load.script->size(), operationTable().size() + 2);
     for (size_t i = 0; i < operationTable().size(); ++i)
         EXPECT_EQ((*load.script)[i], completeStep(Step{operationTable()[i].id, {}}));
-    const std::string text = readWholeFile(dir / "all.vvs");
+    const std::string text = test::readWholeFile(dir / "all.vvs");
     EXPECT_NE(text.find("\r\nRotate;angle=90;resample=no\r\nNegative\r\n"), std::string::npos);
     EXPECT_TRUE(text.starts_with("Vivark Script\r\nFileFormat;filetype=\r\n"));
 }
@@ -75,7 +75,7 @@ TEST(ScriptFileTest, RefusedScriptsNameTheirLine) {
         {"", ":1: not a script file"},
         {std::string("Vivark Script\r\nNeg\0ative\r\n", 27), ":2: not a script file"},
     };
-    TempDir dir;
+    test::TempDir dir;
     for (const auto& c : cases) {
         const auto file = dir.write("bad.vvs", c.text);
         const ScriptLoad load = loadScript(file);
@@ -155,7 +155,9 @@ TEST(ShardTest, ParsingAndTheSchedulersVariables) {
             },
             c.count, problem);
         ASSERT_EQ(bool(shard), c.index != 0) << problem;
-        if (shard) EXPECT_EQ(std::pair(shard->index, shard->count), std::pair(c.index, c.total));
+        if (shard) {
+            EXPECT_EQ(std::pair(shard->index, shard->count), std::pair(c.index, c.total));
+        }
     }
 }
 
@@ -170,7 +172,7 @@ TEST(ShardTest, ShardsAreDisjointAndCoverTheSet) {
 }
 
 TEST(JournalTest, RecordsSurviveAReopenAndACutLastLine) {
-    TempDir dir;
+    test::TempDir dir;
     const auto output = dir.write("a.png", "x");
     JournalRecord record{"/in/\"odd\"\tname.jpg", 1234, 1700000000123456789, "00ff",
                          output.string()};
