@@ -8,6 +8,7 @@
 #include "app/cli/ConvertOperations.h"
 #include "ops/ColourAdjust.h"
 #include "ops/ColourReduce.h"
+#include "ops/Resize.h"
 
 namespace vivark::cli {
 namespace {
@@ -68,9 +69,23 @@ bool applyScriptStep(Image& image, const batch::Step& step, ProgressCallback* pr
             if (width == "0") width = "2147483647";
             if (height == "0") height = "2147483647";
             settings.point = p["resample"] == "no";
-            settings.proportional = follow || p["proportional"] == "yes";
-            settings.stretch = !settings.proportional;
-            settings.letterbox = !follow && p["letterbox"] == "yes";
+            const bool letterbox = !follow && p["letterbox"] == "yes";
+            if ((follow || p["proportional"] == "yes") && !letterbox) {
+                // The fitted content alone, whatever the saved
+                // "Resize\LetterBox" says: the step said no margins.
+                ResizeRequest box;
+                box.width = uint32_t(std::stoul(width));
+                box.height = uint32_t(std::stoul(height));
+                box.flags = resizeFlag::Proportional;
+                const ResizePlacement place = placeContent(image.width(), image.height(), box);
+                width = std::to_string(place.width);
+                height = std::to_string(place.height);
+                settings.stretch = true;
+            } else {
+                settings.proportional = letterbox;
+                settings.stretch = !letterbox;
+                settings.letterbox = letterbox;
+            }
             add("--resize", width + "x" + height);
             break;
         }
