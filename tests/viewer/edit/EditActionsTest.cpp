@@ -18,6 +18,7 @@
 #include "app/viewer/edit/EditMenus.h"
 #include "app/viewer/edit/OperationActions.h"
 #include "app/viewer/edit/OperationRunner.h"
+#include "app/viewer/edit/PaletteEditor.h"
 #include "app/viewer/edit/QtImage.h"
 #include "ops/ColourAdjust.h"
 #include "ops/ColourDepth.h"
@@ -265,6 +266,37 @@ class EditActionsTest : public QObject {
         editor.trigger("crop", {});
         QCOMPARE(editor.document->image().width(), 6u);
         QCOMPARE(editor.document->image().height(), 6u);
+    }
+
+    void editorsApplyTheirContent() {
+        // The filter editor's grid, centred in its cells, is the filter applied.
+        const Image source = colourSample();
+        Editor editor(source);
+        QVariantMap grid{{"name", "sharp"}, {"divisor", "1"}, {"bias", "0"}};
+        const int kernel[3][3] = {{0, -1, 0}, {-1, 5, -1}, {0, -1, 0}};
+        for (int r = 0; r < 3; ++r)
+            for (int c = 0; c < 3; ++c)
+                grid[QString("cell%1_%2").arg(c + 3).arg(r + 3)] = QString::number(kernel[r][c]);
+        QVERIFY(editor.trigger("filterEditor", grid));
+        const OpResult expected =
+            convolve(source, {3, 3, {0, -1, 0, -1, 5, -1, 0, -1, 0}, 1, 0, false});
+        QVERIFY(sameImage(editor.document->image(), *expected));
+        QCOMPARE(settings::filterSelectedFilter.get(), std::string("sharp"));
+
+        // An edited palette entry recolours the pixels that use it.
+        Editor palette(greySample());
+        QTimer::singleShot(0, [] {
+            auto* dialog = qobject_cast<PaletteEditor*>(QApplication::activeModalWidget());
+            QVERIFY(dialog);
+            dialog->setEntry(0, 0xFF0000);
+            dialog->accept();
+        });
+        palette.menus->actionNamed("editPalette")->trigger();
+        palette.menus->runner()->wait();
+        const QImage shown = toQImage(palette.document->image());
+        QCOMPARE(shown.pixel(0, 0), qRgb(255, 0, 0));
+        QCOMPARE(shown.pixel(1, 0), toQImage(greySample()).pixel(1, 0));
+        QVERIFY(palette.document->canUndo());
     }
 
     void clipboardRoundTrip() {

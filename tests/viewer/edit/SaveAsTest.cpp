@@ -1,10 +1,12 @@
 // Save As over every writer: each options dialog writes back every setting
 // it shows, and a document saved through each writer loads again; plus the
 // information dialog's rows and the recent-files list.
+#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QMainWindow>
+#include <QMenu>
 #include <QMenuBar>
 #include <QSpinBox>
 #include <QTemporaryDir>
@@ -129,6 +131,29 @@ class SaveAsTest : public QObject {
             QCOMPARE(loaded.width(), source.width());
             QCOMPARE(loaded.height(), source.height());
         }
+    }
+
+    void jpegSourcesTurnWithoutLoss() {
+        QTemporaryDir folder;
+        const QString path = folder.filePath("turn.jpg");
+        QMainWindow window;
+        auto* document = new Document(&window);
+        EditMenus* menus = installEditMenus(&window, window.menuBar(), document);
+        QAction* turn = menus->actionNamed("jpegRotate90");
+        auto* jpegMenu = window.findChild<QMenu*>("jpegMenu");
+        document->setLoaded(colourSample(48, 32), QString());
+        QVERIFY(menus->fileActions()->saveTo(path, *findWriterByExtension("jpg")));
+        QVERIFY(!jpegMenu->isEnabled());  // not loaded from a JPEG file
+        Image loaded;
+        QVERIFY(loadFile(loaded, path.toStdString(), ReadOptions{}).completed);
+        document->setLoaded(loaded, path);
+        QVERIFY(jpegMenu->isEnabled());
+        turn->trigger();
+        // The file was turned and read again: a quarter turn of whole blocks.
+        QCOMPARE(document->image().width(), 32u);
+        QCOMPARE(document->image().height(), 48u);
+        QCOMPARE(document->path(), path);
+        QVERIFY(!document->isModified());
     }
 
     void recentFilesKeepTheNewestFirst() {
