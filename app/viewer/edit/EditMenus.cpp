@@ -26,7 +26,9 @@
 namespace vivark::viewer {
 namespace {
 
-const QString kPaletteFilter = QObject::tr("PAL - Palette (*.pal);;All files (*)");
+QString paletteFilter() {
+    return QObject::tr("PAL - Palette (*.pal);;PAL - Vivark Palette (*.pal);;All files (*)");
+}
 
 // The rectangle in the crop operation's terms (bottom-left origin).
 CropRectangle cropOf(const QRect& r, uint32_t imageHeight) {
@@ -193,7 +195,7 @@ void EditMenus::cropToSelection() {
 
 void EditMenus::loadPalette() {
     const QString path =
-        QFileDialog::getOpenFileName(window_, tr("Load Palette"), QString(), kPaletteFilter);
+        QFileDialog::getOpenFileName(window_, tr("Load Palette"), QString(), paletteFilter());
     if (path.isEmpty()) return;
     ApplyPalette request;
     try {
@@ -211,7 +213,7 @@ void EditMenus::savePalette() {
     const auto palette = paletteOf(document_->image());
     if (!palette) return;
     const QString path =
-        QFileDialog::getSaveFileName(window_, tr("Save Palette"), QString(), kPaletteFilter);
+        QFileDialog::getSaveFileName(window_, tr("Save Palette"), QString(), paletteFilter());
     if (path.isEmpty()) return;
     if (!writePaletteFile(path.toStdString(), *palette))
         QMessageBox::warning(

@@ -88,8 +88,8 @@ bool OperationRunner::run(const QString& what, Operation operation) {
     timer->start(50);
 
     connect(thread, &QThread::finished, thread, &QObject::deleteLater);
-    connect(thread, &QThread::finished, this, [this, dialog, job] {
-        dialog->deleteLater();
+    connect(thread, &QThread::finished, this, [this, dialog = QPointer(dialog), job] {
+        if (dialog) dialog->deleteLater();
         if (job_ == job) complete();
     });
     thread->start();
