@@ -177,7 +177,13 @@ void EditMenus::copy() {
 void EditMenus::paste() {
     const QImage picture = QApplication::clipboard()->image();
     if (picture.isNull() || runner_->isBusy()) return;
-    Image pasted = fromQImage(picture);
+    Image pasted;
+    try {
+        pasted = fromQImage(picture);
+    } catch (...) {
+        QMessageBox::warning(window_, tr("Paste"), operationFailureText());
+        return;
+    }
     if (document_->isEmpty())
         document_->setLoaded(pasted, QString());
     else

@@ -125,9 +125,13 @@ std::string valueOf(const Reader& r, uint32_t type, uint32_t count, uint64_t at)
     return text;
 }
 
-void walk(const Reader& r, uint64_t offset, bool gps, std::set<uint64_t>& seen,
+// Directories nest two deep in a sound block (first, then Exif or GPS); a
+// deeper chain of pointers is not followed.
+constexpr int kMaxDepth = 3;
+
+void walk(const Reader& r, uint64_t offset, bool gps, int depth, std::set<uint64_t>& seen,
           std::vector<std::pair<std::string, std::string>>& out) {
-    if (!seen.insert(offset).second || !r.has(offset, 2)) return;
+    if (depth > kMaxDepth || !seen.insert(offset).second || !r.has(offset, 2)) return;
     const uint32_t count = r.u16(offset);
     for (uint32_t i = 0; i < count && out.size() < 1000; ++i) {
         const uint64_t entry = offset + 2 + uint64_t{i} * 12;
@@ -135,7 +139,7 @@ void walk(const Reader& r, uint64_t offset, bool gps, std::set<uint64_t>& seen,
         const uint16_t tag = uint16_t(r.u16(entry));
         const uint32_t type = r.u16(entry + 2), values = r.u32(entry + 4);
         if (!gps && (tag == kExifPointer || tag == kGpsPointer)) {
-            walk(r, r.u32(entry + 8), tag == kGpsPointer, seen, out);
+            walk(r, r.u32(entry + 8), tag == kGpsPointer, depth + 1, seen, out);
             continue;
         }
         out.emplace_back(nameOf(tag, gps), valueOf(r, type, values, entry + 8));
@@ -151,7 +155,7 @@ std::vector<std::pair<std::string, std::string>> exifEntries(std::span<const uin
         return out;
     const Reader r(tiff);
     std::set<uint64_t> seen;
-    walk(r, r.u32(4), false, seen, out);
+    walk(r, r.u32(4), false, 1, seen, out);
     return out;
 }
 

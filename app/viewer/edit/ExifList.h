@@ -5,7 +5,7 @@
 // directory, the Exif sub-directory and the GPS directory are walked; every
 // entry whose tag is known gets its name, the others "Tag 0xNNNN". Values of
 // the types ASCII, BYTE, SHORT, LONG, RATIONAL, SRATIONAL and SLONG are shown
-// (at most 16 values an entry), the others as their byte count. Offsets are
+// (at most 16 values an entry), the others as their value count. Offsets are
 // checked against the block, directories are visited once, so any bytes give
 // a list and nothing is read outside the block.
 #pragma once
