@@ -1,0 +1,29 @@
+// InfoDialog: what the viewer knows about the current image and its file:
+// format, size, depth, colour count, resolution, file size and dates, the
+// format's information items and the EXIF entries.
+#pragma once
+
+#include <QDialog>
+#include <QString>
+#include <vector>
+
+#include "core/Image.h"
+
+namespace vivark::viewer {
+
+struct InfoRow {
+    QString group;  // "Image", "File", "Format", "EXIF"
+    QString label;
+    QString value;
+};
+
+// The rows the dialog shows, in order.
+std::vector<InfoRow> informationRows(const Image& image, const QString& path);
+
+class InfoDialog : public QDialog {
+    Q_OBJECT
+  public:
+    InfoDialog(const Image& image, const QString& path, QWidget* parent = nullptr);
+};
+
+}  // namespace vivark::viewer

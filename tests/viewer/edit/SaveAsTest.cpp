@@ -1,0 +1,224 @@
+// Save As over every writer: each options dialog writes back every setting
+// it shows, and a document saved through each writer loads again; plus the
+// information dialog's rows and the recent-files list.
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "EditTestSupport.h"
+#include "app/viewer/edit/Document.h"
+#include "app/viewer/edit/EditMenus.h"
+#include "app/viewer/edit/ExifList.h"
+#include "app/viewer/edit/FileActions.h"
+#include "app/viewer/edit/InfoDialog.h"
+#include "app/viewer/edit/SaveOptionsDialog.h"
+#include "formats/FormatTable.h"
+#include "formats/Loader.h"
+#include "formats/SaveDispatch.h"
+#include "ops/ColourDepth.h"
+
+using namespace vivark;
+using namespace vivark::viewer;
+using namespace vivark::viewer::test;
+
+namespace {
+
+QString nameOf(const WriterEntry& writer) {
+    return QString::fromUtf8(writer.menuName.data(), qsizetype(writer.menuName.size()));
+}
+
+// The sample a writer takes without a depth conversion it would refuse.
+Image sampleFor(const WriterEntry& writer) {
+    if (writer.colourNeed == ColourNeed::Grey) return greySample();
+    if (writer.colourNeed == ColourNeed::BlackAndWhite)
+        return *toBlackAndWhite(greySample(), {128});
+    return colourSample();
+}
+
+}  // namespace
+
+class SaveAsTest : public QObject {
+    Q_OBJECT
+  private slots:
+    void optionsDialogsWriteWhatTheyShow() {
+        for (const WriterEntry* writer : writerTable()) {
+            SaveOptionsDialog dialog(*writer);
+            // Every control set away from its stored value; what was set is
+            // what the setting reads afterwards.
+            std::vector<std::pair<settings::SettingRef, uint32_t>> expected;
+            for (const settings::SettingRef& setting : dialog.shown()) {
+                const std::string_view key = settings::settingKey(setting);
+                const QString name = QString::fromUtf8(key.data(), qsizetype(key.size()));
+                if (auto* flag = std::get_if<settings::BoolSetting*>(&setting)) {
+                    auto* box = dialog.findChild<QCheckBox*>(name);
+                    QVERIFY2(box, qPrintable(name));
+                    box->setChecked(!(*flag)->get());
+                    expected.emplace_back(setting, !(*flag)->get());
+                } else if (auto* combo = dialog.findChild<QComboBox*>(name)) {
+                    combo->setCurrentIndex((combo->currentIndex() + 1) % combo->count());
+                    expected.emplace_back(setting, combo->currentData().toUInt());
+                } else {
+                    auto* spin = dialog.findChild<QSpinBox*>(name);
+                    QVERIFY2(spin, qPrintable(name));
+                    const int value =
+                        spin->value() < spin->maximum() ? spin->value() + 1 : spin->value() - 1;
+                    spin->setValue(value);
+                    expected.emplace_back(setting, uint32_t(value));
+                }
+            }
+            dialog.accept();
+            for (const auto& [setting, value] : expected) {
+                const std::string_view key = settings::settingKey(setting);
+                if (auto* flag = std::get_if<settings::BoolSetting*>(&setting))
+                    QVERIFY2((*flag)->get() == bool(value), key.data());
+                else
+                    QVERIFY2(std::get<settings::IntSetting*>(setting)->get() == value, key.data());
+            }
+            for (const auto& [setting, value] : expected)
+                std::visit([](auto* s) { s->reset(); }, setting);
+        }
+    }
+
+    void writersWithOptionsShowThem() {
+        // Each key of a single-writer family, and each key named after its
+        // writer in a family of several, appears in exactly its writer's dialog.
+        for (const char* key :
+             {"SaveOptions\\JFIF\\Quality", "SaveOptions\\GIF\\Interlace",
+              "SaveOptions\\TIFF\\Compression\\Color", "SaveOptions\\Windows Bitmap\\Encode",
+              "SaveOptions\\OS2 Bitmap\\Format", "SaveOptions\\PGM\\RawData"}) {
+            int owners = 0;
+            for (const WriterEntry* writer : writerTable())
+                for (const settings::SettingRef& s : writerSettings(*writer))
+                    owners += settings::settingKey(s) == key;
+            QVERIFY2(owners == 1, key);
+        }
+    }
+
+    void saveAsWritesWhatTheLoaderReads() {
+        QTemporaryDir folder;
+        QVERIFY(folder.isValid());
+        for (const WriterEntry* writer : writerTable()) {
+            QMainWindow window;
+            auto* document = new Document(&window);
+            EditMenus* menus = installEditMenus(&window, window.menuBar(), document);
+            const Image source = sampleFor(*writer);
+            document->setLoaded(source, QString());
+            document->apply(source, "Edit");
+            const std::string_view ext = writer->extensions.size() ? *writer->extensions.begin()
+                                                                   : *writer->shortNames.begin();
+            const QString path =
+                folder.filePath("sample." + QString::fromUtf8(ext.data(), qsizetype(ext.size())));
+            QString error;
+            QVERIFY2(menus->fileActions()->saveTo(path, *writer, &error),
+                     qPrintable(nameOf(*writer) + ": " + error));
+            QVERIFY(!document->isModified());
+            QCOMPARE(document->path(), path);
+            QCOMPARE(menus->fileActions()->recentFiles().value(0),
+                     QFileInfo(path).absoluteFilePath());
+
+            const FormatEntry* entry = findFormatEntry(writer->formatTag);
+            if (!entry || !entry->create) continue;  // written only
+            Image loaded;
+            const LoadResult result = loadFile(loaded, path.toStdString(), ReadOptions{});
+            QVERIFY2(result.completed, qPrintable(nameOf(*writer)));
+            QCOMPARE(loaded.width(), source.width());
+            QCOMPARE(loaded.height(), source.height());
+        }
+    }
+
+    void jpegSourcesTurnWithoutLoss() {
+        QTemporaryDir folder;
+        const QString path = folder.filePath("turn.jpg");
+        QMainWindow window;
+        auto* document = new Document(&window);
+        EditMenus* menus = installEditMenus(&window, window.menuBar(), document);
+        QAction* turn = menus->actionNamed("jpegRotate90");
+        auto* jpegMenu = window.findChild<QMenu*>("jpegMenu");
+        document->setLoaded(colourSample(48, 32), QString());
+        QVERIFY(menus->fileActions()->saveTo(path, *findWriterByExtension("jpg")));
+        QVERIFY(!jpegMenu->isEnabled());  // not loaded from a JPEG file
+        Image loaded;
+        QVERIFY(loadFile(loaded, path.toStdString(), ReadOptions{}).completed);
+        document->setLoaded(loaded, path);
+        QVERIFY(jpegMenu->isEnabled());
+        turn->trigger();
+        // The file was turned and read again: a quarter turn of whole blocks.
+        QCOMPARE(document->image().width(), 32u);
+        QCOMPARE(document->image().height(), 48u);
+        QCOMPARE(document->path(), path);
+        QVERIFY(!document->isModified());
+    }
+
+    void recentFilesKeepTheNewestFirst() {
+        QMainWindow window;
+        auto* document = new Document(&window);
+        EditMenus* menus = installEditMenus(&window, window.menuBar(), document);
+        FileActions* files = menus->fileActions();
+        for (int i = 0; i < kRecentFiles + 3; ++i) files->addRecent(QString("/tmp/f%1.png").arg(i));
+        files->addRecent("/tmp/f5.png");
+        const QStringList list = files->recentFiles();
+        QCOMPARE(list.size(), kRecentFiles);
+        QCOMPARE(list.value(0), QString("/tmp/f5.png"));
+        QCOMPARE(list.count("/tmp/f5.png"), 1);
+        QCOMPARE(list.value(1), QString("/tmp/f%1.png").arg(kRecentFiles + 2));
+    }
+
+    void informationShowsImageFileAndExif() {
+        QTemporaryDir folder;
+        const QString path = folder.filePath("info.png");
+        QMainWindow window;
+        auto* document = new Document(&window);
+        EditMenus* menus = installEditMenus(&window, window.menuBar(), document);
+        Image source = colourSample();
+        // A little-endian EXIF block: camera make "Cam", orientation 6, and an
+        // Exif directory with an exposure time of 1/250.
+        const uint8_t exif[] = {
+            'I', 'I', 42, 0,    8,  0, 0, 0, 3, 0, 0x0F, 1, 2, 0, 4,    0,    0,    0, 'C',
+            'a', 'm', 0,  0x12, 1,  3, 0, 1, 0, 0, 0,    6, 0, 0, 0,    0x69, 0x87, 4, 0,
+            1,   0,   0,  0,    50, 0, 0, 0, 0, 0, 0,    0, 1, 0, 0x9A, 0x82, 5,    0, 1,
+            0,   0,   0,  68,   0,  0, 0, 0, 0, 0, 0,    1, 0, 0, 0,    250,  0,    0, 0};
+        source.exif = std::make_shared<std::vector<uint8_t>>(std::begin(exif), std::end(exif));
+        document->setLoaded(source, QString());
+        QVERIFY(menus->fileActions()->saveTo(path, *findWriterByExtension("png")));
+        std::map<QString, QString> rows;
+        for (const InfoRow& row : informationRows(document->image(), document->path()))
+            rows[row.label] = row.value;
+        QCOMPARE(rows["Size"], QString("37 x 23 pixels"));
+        QCOMPARE(rows["Depth"], QString("24 bits per pixel"));
+        QCOMPARE(rows["Colours"], QString("851"));
+        QCOMPARE(rows["Name"], QString("info.png"));
+        QVERIFY(rows["File size"].contains(QString::number(QFileInfo(path).size())));
+        QCOMPARE(rows["Camera make"], QString("Cam"));
+        QCOMPARE(rows["Orientation"], QString("6"));
+        QCOMPARE(rows["Exposure time"], QString("1/250"));
+    }
+
+    void exifListSurvivesDamage() {
+        // Loops, offsets past the end and truncated blocks give what can be
+        // read and nothing more.
+        const std::vector<std::vector<uint8_t>> blocks = {
+            {},
+            {'I', 'I', 42, 0, 8, 0, 0, 0, 1, 0, 0x69, 0x87, 4, 0, 1, 0, 0, 0, 8, 0, 0, 0},
+            {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 15, 0, 2, 0xFF, 0, 0, 0, 0, 0, 0, 0},
+            {'I', 'I', 42, 0, 0xF0, 0xFF, 0xFF, 0xFF},
+            {'I', 'I', 42, 0, 8, 0, 0, 0, 0xFF, 0xFF},
+        };
+        for (const auto& block : blocks) {
+            const auto entries = exifEntries(block);
+            QVERIFY(entries.size() <= 1);
+        }
+    }
+};
+
+QObject* makeSaveAsTest() {
+    return new SaveAsTest;
+}
+
+#include "SaveAsTest.moc"
