@@ -176,7 +176,8 @@ bool parsePnm(const std::string& text, Decoded& out) {
 // format where it has one (ImageMagick 6 turns some bottom-up files over),
 // libjpeg's djpeg for JPEG, libtiff's fax2tiff for raw fax, ImageMagick
 // otherwise; empty where none of them reads the format (structured fax,
-// checked by tests/formats/fax against files built by hand).
+// checked by tests/formats/fax against files built by hand; PC Paint/Pictor,
+// Softimage pictures and OS/2 boot logos, checked in their folders).
 std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file,
                            const Image& source) {
     static const std::map<std::string, std::string> kNetpbm = {
@@ -191,7 +192,7 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
     // xwdtopnm gives colour-mapped dumps 16 bits a sample.
     if (ext == "xwd") return "xwdtopnm " + quoted + " 2>/dev/null | pamdepth 255 2>/dev/null";
     if (found != kNetpbm.end()) return found->second + " " + quoted + " 2>/dev/null";
-    if (ext == "sff") return {};
+    if (ext == "sff" || ext == "pic" || ext == "si" || ext == "lgo") return {};
     if (ext == "g3") {
         // A raw fax states no width; fax2tiff also counts the end-of-page
         // code's end-of-line codes as rows, which pamcut drops.
