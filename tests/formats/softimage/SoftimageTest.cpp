@@ -25,7 +25,7 @@ using test::Bytes;
 std::string picture(uint32_t width, uint32_t height,
                     std::initializer_list<std::pair<uint8_t, uint8_t>> packets, const Bytes& data) {
     Bytes b;
-    b.be32(0x5380F634).padTo(88).text("PICT").be16(width).be16(height).padTo(104);
+    b.be32(0x5380F634).padTo(88).hex("50494354").be16(width).be16(height).padTo(104);
     size_t left = packets.size();
     for (const auto& [compression, channels] : packets)
         b.u8(--left != 0).u8(8).u8(compression).u8(channels);

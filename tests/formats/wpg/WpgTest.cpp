@@ -29,7 +29,7 @@ std::string str(const Bytes& b) {
 // 3i + 1), then `records` and the end record.
 std::string wpgFile(uint32_t entries, const Bytes& records) {
     Bytes b;
-    b.u8(0xFF).text("WPC").le32(16).u8(1).u8(0x16).u8(1).u8(0).le16(0).le16(0);
+    b.hex("FF575043 10000000 01160100 00000000");  // 0xFF "WPC", records at 16, version 1.0
     b.u8(0x0F).u8(6).u8(1).u8(0).le16(100).le16(100);
     if (entries != 0) {
         b.u8(0x0E).u8(0xFF).le16(4 + 3 * entries).le16(0).le16(entries);
