@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/logo/LogoFormat.h"
+#include "formats/logo/LogoReader.h"
+#include "formats/logo/LogoWriter.h"
 
 namespace vivark {
 namespace {
@@ -15,8 +17,6 @@ MessageId messageOf(LGOERROR e) {
 }
 
 using settings::BoolSetting;
-using settings::IntegerFormat;
-using settings::IntSetting;
 
 constinit BoolSetting saveBootLogoWarp4{"SaveOptions\\OS/2 Boot Logo\\Warp4", true};
 constinit BoolSetting saveBootLogoOptimize{"SaveOptions\\OS/2 Boot Logo\\Optimize", false};
@@ -29,11 +29,21 @@ constexpr ErrorMapping kBootLogoErrors[] = {
     errorMapping<LGOERROR, messageOf, 1>(),
 };
 
+const WriterEntry kBootLogoWriters[] = {
+    {"OS/2 Boot Logo",
+     {"logo", "os2logo"},
+     {"lgo"},
+     makeTag("LOGO"),
+     depthSet({24}),
+     ColourNeed::Any,
+     writeBootLogo},
+};
+
 }  // namespace
 
 extern const FormatEntry bootLogoFormat;
-constinit const FormatEntry bootLogoFormat{"OS/2 Boot Logo", makeTag("LOGO"), identifyBootLogo,
-                                           nullptr,          kBootLogoErrors, {},
+constinit const FormatEntry bootLogoFormat{"OS/2 Boot Logo",   makeTag("LOGO"), identifyBootLogo,
+                                           makeBootLogoReader, kBootLogoErrors, kBootLogoWriters,
                                            kSaveSettings};
 
 }  // namespace vivark

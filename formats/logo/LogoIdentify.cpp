@@ -6,19 +6,13 @@
 #include "formats/logo/LogoFormat.h"
 
 namespace vivark {
-namespace {
-
-constexpr uint32_t kPlaneBytes = 76800;
-constexpr uint32_t kFileBytes = 230432;
-static_assert(kFileBytes == 32 + 3 * kPlaneBytes);
-
-}  // namespace
 
 bool identifyBootLogo(InFile& file, FormatInfo* info) {
     uint8_t header[32];
     file.read(header, sizeof header);
-    if (loadLE32(header) != kPlaneBytes || loadLE32(header + 4) != kFileBytes) return false;
-    return accept(info, 320, 240, 24, makeTag("LOGO"));
+    if (loadLE32(header) != kBootLogoPlaneBytes || loadLE32(header + 4) != kBootLogoFileBytes)
+        return false;
+    return accept(info, kBootLogoWidth, kBootLogoHeight, 24, makeTag("LOGO"));
 }
 
 }  // namespace vivark

@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/pictor/PictorFormat.h"
+#include "formats/pictor/PictorReader.h"
+#include "formats/pictor/PictorWriter.h"
 
 namespace vivark {
 namespace {
@@ -19,8 +21,6 @@ MessageId messageOf(PICERROR e) {
 }
 
 using settings::BoolSetting;
-using settings::IntegerFormat;
-using settings::IntSetting;
 
 constinit BoolSetting savePictorEgaPalette{"SaveOptions\\PC Paint/Pictor\\EGA Palette", false};
 
@@ -30,10 +30,21 @@ constexpr ErrorMapping kPictorErrors[] = {
     errorMapping<PICERROR, messageOf, 3>(),
 };
 
+const WriterEntry kPictorWriters[] = {
+    {"PC Paint/Pictor",
+     {"pictor", "pcpaint"},
+     {"pic"},
+     makeTag("PIC "),
+     depthSet({1, 4, 8}),
+     ColourNeed::Any,
+     writePictor},
+};
+
 }  // namespace
 
 extern const FormatEntry pictorFormat;
-constinit const FormatEntry pictorFormat{
-    "PC Paint/Pictor", makeTag("PIC "), identifyPictor, nullptr, kPictorErrors, {}, kSaveSettings};
+constinit const FormatEntry pictorFormat{"PC Paint/Pictor", makeTag("PIC "), identifyPictor,
+                                         makePictorReader,  kPictorErrors,   kPictorWriters,
+                                         kSaveSettings};
 
 }  // namespace vivark

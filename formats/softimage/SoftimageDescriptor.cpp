@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/softimage/SoftimageFormat.h"
+#include "formats/softimage/SoftimageReader.h"
+#include "formats/softimage/SoftimageWriter.h"
 
 namespace vivark {
 namespace {
@@ -21,8 +23,6 @@ MessageId messageOf(PICSERROR e) {
 }
 
 using settings::BoolSetting;
-using settings::IntegerFormat;
-using settings::IntSetting;
 
 constinit BoolSetting saveSoftimageEncode{"SaveOptions\\Softimage PIC\\Encode", true};
 
@@ -32,11 +32,23 @@ constexpr ErrorMapping kSoftimageErrors[] = {
     errorMapping<PICSERROR, messageOf, 4>(),
 };
 
+const WriterEntry kSoftimageWriters[] = {
+    {"Softimage Picture",
+     {"softimage", "si"},
+     {"si", "pic"},
+     makeTag("PICS"),
+     depthSet({24}),
+     ColourNeed::Any,
+     writeSoftimage,
+     {},
+     kKeepsAlpha},
+};
+
 }  // namespace
 
 extern const FormatEntry softimageFormat;
 constinit const FormatEntry softimageFormat{
-    "Softimage Picture", makeTag("PICS"), identifySoftimage, nullptr, kSoftimageErrors, {},
-    kSaveSettings};
+    "Softimage Picture", makeTag("PICS"),   identifySoftimage, makeSoftimageReader,
+    kSoftimageErrors,    kSoftimageWriters, kSaveSettings};
 
 }  // namespace vivark

@@ -19,6 +19,11 @@ enum class PICSERROR : uint32_t {
     DataIntegrity = 3,
 };
 
+namespace saveKey {
+// On: mixed run-length packets; off: uncompressed.
+inline constexpr std::string_view SoftimageEncode = "SaveOptions\\Softimage PIC\\Encode";
+}  // namespace saveKey
+
 // The identify tests (see formats/Identify.h for their contract).
 bool identifySoftimage(InFile& file, FormatInfo* info);
 

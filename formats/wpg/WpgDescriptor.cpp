@@ -2,6 +2,8 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/wpg/WpgFormat.h"
+#include "formats/wpg/WpgReader.h"
+#include "formats/wpg/WpgWriter.h"
 
 namespace vivark {
 namespace {
@@ -24,10 +26,25 @@ constexpr ErrorMapping kWpgErrors[] = {
     errorMapping<WPGERROR, messageOf, 4>(),
 };
 
+const WriterEntry kWpgWriters[] = {
+    {"WordPerfect Graphics",
+     {"wpg"},
+     {"wpg"},
+     makeTag("WPG "),
+     depthSet({1, 4, 8}),
+     ColourNeed::Any,
+     writeWpg},
+};
+
 }  // namespace
 
 extern const FormatEntry wpgFormat;
-constinit const FormatEntry wpgFormat{
-    "WordPerfect Graphics", makeTag("WPG "), identifyWpg, nullptr, kWpgErrors, {}, {}};
+constinit const FormatEntry wpgFormat{"WordPerfect Graphics",
+                                      makeTag("WPG "),
+                                      identifyWpg,
+                                      makeWpgReader,
+                                      kWpgErrors,
+                                      kWpgWriters,
+                                      {}};
 
 }  // namespace vivark

@@ -13,17 +13,15 @@ namespace {
 // Records walked before giving up on finding a bitmap.
 constexpr int kMaxRecords = 1024;
 
-// A record's length: one byte, or 0xFF and a 16-bit length whose top bit
-// announces a 31-bit length in two words (high word first).
-uint32_t readRecordLength(InFile& file) {
+}  // namespace
+
+uint32_t readWpgRecordLength(InFile& file) {
     const uint8_t first = file.readByte();
     if (first != 0xFF) return first;
     const uint16_t word = file.readLE16();
     if ((word & 0x8000) == 0) return word;
     return (uint32_t{word & 0x7FFFu} << 16) | file.readLE16();
 }
-
-}  // namespace
 
 bool identifyWpg(InFile& file, FormatInfo* info) {
     uint8_t header[16];
@@ -33,7 +31,7 @@ bool identifyWpg(InFile& file, FormatInfo* info) {
     file.seek(loadLE32(header + 4));
     for (int record = 0; record < kMaxRecords; ++record) {
         const uint8_t type = file.readByte();
-        const uint32_t length = readRecordLength(file);
+        const uint32_t length = readWpgRecordLength(file);
         if (type == 16) return false;
         if (type == 11 || type == 20) {
             if (type == 20) file.skip(10);  // angle and corners

@@ -178,8 +178,8 @@ bool parsePnm(const std::string& text, Decoded& out) {
 // format where it has one (ImageMagick 6 turns some bottom-up files over),
 // libjpeg's djpeg for JPEG, libtiff's fax2tiff for raw fax, Pillow for
 // Microsoft Paint, ImageMagick otherwise; empty where none of them reads the
-// format (structured fax and Compuserve RLE, checked against files built by
-// hand).
+// format (structured fax, Compuserve RLE, PC Paint/Pictor, Softimage pictures
+// and OS/2 boot logos, checked in their folders against files built by hand).
 std::string decoderCommand(const WriterEntry& writer, const std::filesystem::path& file,
                            const Image& source) {
     static const std::map<std::string, std::string> kNetpbm = {
@@ -197,9 +197,7 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
     if (ext == "img" && source.bitsPerPixel() != 1) return {};
     if (ext == "xwd") return "xwdtopnm " + quoted + " 2>/dev/null | pamdepth 255 2>/dev/null";
     if (found != kNetpbm.end()) return found->second + " " + quoted + " 2>/dev/null";
-    // Compuserve RLE has no independent decoder; tests/formats/rle reads
-    // files built from the format's description.
-    if (ext == "sff" || ext == "rlec") return {};
+    if (ext == "sff" || ext == "rlec" || ext == "pic" || ext == "si" || ext == "lgo") return {};
     // A MacPaint page is 576 × 720 with the picture at its centre.
     if (ext == "mac") {
         const uint32_t w = source.width(), h = source.height();
