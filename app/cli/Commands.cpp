@@ -13,11 +13,12 @@ void registerJpegTransform(CLI::App&, CommandContext&,
                            std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerPalette(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerExtract(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
+void registerView(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 
 const std::vector<CommandRegistration>& commandRegistry() {
     static const std::vector<CommandRegistration> registry = {
         registerInfo,          registerConvert, registerExtract, registerSettings,
-        registerJpegTransform, registerPalette, registerFormats,
+        registerJpegTransform, registerPalette, registerFormats, registerView,
     };
     return registry;
 }

@@ -12,6 +12,7 @@
 #include <QMessageBox>
 #include <QScreen>
 #include <QStatusBar>
+#include <QStyle>
 #include <QToolBar>
 #include <QWindow>
 #include <algorithm>
@@ -35,6 +36,9 @@
 
 namespace vivark::viewer {
 namespace {
+
+// A window made to fit a small image keeps room for its menus and tools.
+constexpr QSize kSmallestWindow(480, 360);
 
 QString qs(const std::string& text) {
     return QString::fromStdString(text);
@@ -601,15 +605,14 @@ void MainWindow::autosize() {
     const QSize chrome = size() - view_->viewport()->size();
     QSize wanted = image + chrome;
     const QSize limit =
-        settings::posCtrlExpandToDesktop.get() ? area.size() : size().expandedTo(QSize(320, 240));
-    wanted = wanted.boundedTo(limit).expandedTo(QSize(320, 240));
+        settings::posCtrlExpandToDesktop.get() ? area.size() : size().expandedTo(kSmallestWindow);
+    wanted = wanted.boundedTo(limit).expandedTo(kSmallestWindow);
     if (wanted == size()) return;
     QRect frame(pos(), wanted);
     frame.moveRight(std::min(frame.right(), area.right()));
     frame.moveBottom(std::min(frame.bottom(), area.bottom()));
     setGeometry(QRect(
         QPoint(std::max(frame.left(), area.left()), std::max(frame.top(), area.top())), wanted));
-    if (view_->isFitting()) view_->fitToWindow();
 }
 
 void MainWindow::startSlideShowOfSequence() {
@@ -645,90 +648,6 @@ void MainWindow::startSlideShow(const std::vector<Slide>& slides) {
         panel_->show();
     }
     slideShow_.start();
-}
-
-void MainWindow::deleteFile() {
-    const QString path = document_.path().isEmpty() ? shownPath_ : document_.path();
-    if (path.isEmpty()) return;
-    if (settings::confirmDelete.get() &&
-        QMessageBox::question(this, tr("Delete"),
-                              tr("Move %1 to the trash?").arg(QFileInfo(path).fileName())) !=
-            QMessageBox::Yes)
-        return;
-    const FileActionOutcome done = moveToTrash(path);
-    if (done.result != FileActionResult::Done) {
-        showFailure(tr("Cannot delete %1: %2").arg(QFileInfo(path).fileName(), done.error));
-        return;
-    }
-    logLine(QStringLiteral("trash %1").arg(path));
-    sequence_.jumpTo(path);
-    sequence_.removeCurrent();
-    shownPath_.clear();
-    if (settings::loadingLoadNextOnDelete.get() && !sequence_.isEmpty()) {
-        openFile(sequence_.current());
-    } else {
-        document_.clear();
-        view_->clear();
-        updateStatus();
-        updateTitle();
-    }
-}
-
-void MainWindow::renameFile() {
-    if (shownPath_.isEmpty()) return;
-    const QString oldName = QFileInfo(shownPath_).fileName();
-    bool ok = false;
-    const QString name =
-        QInputDialog::getText(this, tr("Rename"), tr("New name:"), QLineEdit::Normal, oldName, &ok);
-    if (!ok || name == oldName) return;
-    const FileActionOutcome done = viewer::renameFile(shownPath_, name);
-    if (done.result == FileActionResult::TargetExists) {
-        showFailure(tr("%1 already exists").arg(name));
-        return;
-    }
-    if (done.result != FileActionResult::Done) {
-        showFailure(tr("Cannot rename %1: %2").arg(oldName, done.error));
-        return;
-    }
-    logLine(QStringLiteral("rename %1 to %2").arg(shownPath_, done.newPath));
-    sequence_.jumpTo(shownPath_);
-    sequence_.renameCurrent(done.newPath);
-    shownPath_ = done.newPath;
-    if (!document_.isEmpty()) document_.markSaved(done.newPath);
-    updateTitle();
-}
-
-void MainWindow::copyFile() {
-    if (shownPath_.isEmpty()) return;
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("Copy to"));
-    if (folder.isEmpty()) return;
-    FileActionOutcome done = copyToFolder(shownPath_, folder, false);
-    if (done.result == FileActionResult::TargetExists &&
-        QMessageBox::question(this, tr("Copy to"), tr("Replace %1?").arg(done.newPath)) ==
-            QMessageBox::Yes)
-        done = copyToFolder(shownPath_, folder, true);
-    if (done.result == FileActionResult::Failed) showFailure(done.error);
-    if (done.result == FileActionResult::Done)
-        logLine(QStringLiteral("copy %1 to %2").arg(shownPath_, done.newPath));
-}
-
-void MainWindow::moveFile() {
-    if (shownPath_.isEmpty()) return;
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("Move to"));
-    if (folder.isEmpty()) return;
-    FileActionOutcome done = moveToFolder(shownPath_, folder, false);
-    if (done.result == FileActionResult::TargetExists &&
-        QMessageBox::question(this, tr("Move to"), tr("Replace %1?").arg(done.newPath)) ==
-            QMessageBox::Yes)
-        done = moveToFolder(shownPath_, folder, true);
-    if (done.result == FileActionResult::Failed) showFailure(done.error);
-    if (done.result != FileActionResult::Done) return;
-    logLine(QStringLiteral("move %1 to %2").arg(shownPath_, done.newPath));
-    // The moved file leaves this folder's sequence, as a deleted one does.
-    sequence_.jumpTo(shownPath_);
-    sequence_.removeCurrent();
-    shownPath_.clear();
-    if (!sequence_.isEmpty()) openFile(sequence_.current());
 }
 
 void MainWindow::onPointerMoved(QPoint pixel) {
@@ -783,53 +702,6 @@ void MainWindow::updateTitle() {
 
 void MainWindow::updateActions() {
     for (QAction* action : fileActions_) action->setEnabled(!shownPath_.isEmpty());
-}
-
-void MainWindow::remoteCommand(const QString& command, const QStringList& args,
-                               std::function<void(const QString&)> reply) {
-    auto later = [this, &reply] { waiting_.push_back(std::move(reply)); };
-    if (command == QLatin1String("open") && !args.isEmpty()) {
-        later();
-        openPaths(args);
-        raise();
-        activateWindow();
-    } else if (command == QLatin1String("next")) {
-        later();
-        next();
-    } else if (command == QLatin1String("previous")) {
-        later();
-        previous();
-    } else if (command == QLatin1String("first")) {
-        later();
-        first();
-    } else if (command == QLatin1String("last")) {
-        later();
-        last();
-    } else if (command == QLatin1String("wait")) {
-        if (awaiting_)
-            later();
-        else
-            reply(QStringLiteral("ok"));
-        return;
-    } else if (command == QLatin1String("fullscreen")) {
-        toggleFullScreen();
-        QTimer::singleShot(300, this, [reply] { reply(QStringLiteral("ok")); });
-        return;
-    } else if (command == QLatin1String("slideshow")) {
-        startSlideShowOfSequence();
-        reply(QStringLiteral("ok"));
-        return;
-    } else if (command == QLatin1String("quit")) {
-        reply(QStringLiteral("ok"));
-        QTimer::singleShot(0, this, &QWidget::close);
-        return;
-    } else {
-        reply(QStringLiteral("error\tunknown command"));
-        return;
-    }
-    // A step that went nowhere (the end of a sequence without wrap) loads
-    // nothing, and is answered at once.
-    if (!awaiting_) settle();
 }
 
 }  // namespace vivark::viewer

@@ -39,7 +39,7 @@ fi
 command -v xvfb-run >/dev/null && command -v xwd >/dev/null && command -v pngtopnm >/dev/null \
   || { echo "xvfb-run, xwd or netpbm missing: skipped"; exit 77; }
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+trap '[ -n "${VIVARK_SMOKE_KEEP:-}" ] && cp -r "$work" "$VIVARK_SMOKE_KEEP"; rm -rf "$work"' EXIT
 mkdir -p "$work/pics" "$work/run"
 chmod 700 "$work/run"
 # The three samples in the order the viewer steps through them.
