@@ -114,6 +114,11 @@ bool sameRequest(const LoadRequest& a, const LoadRequest& b) {
            a.animate == b.animate;
 }
 
+bool satisfies(const LoadRequest& done, const LoadRequest& wanted) {
+    return done.path == wanted.path && done.page == wanted.page && done.animate == wanted.animate &&
+           (done.previewSize == 0 || done.previewSize == wanted.previewSize);
+}
+
 std::shared_ptr<LoadOutcome> loadNow(const LoadRequest& request, const std::atomic<bool>* cancel,
                                      const std::shared_ptr<ProgressiveCanvas>& canvas,
                                      const std::function<void()>& rowsShown) {
@@ -164,14 +169,14 @@ quint64 ImageLoader::load(const LoadRequest& request) {
     if (current_) current_->cancel = true;
     current_.reset();
     const quint64 id = nextId_++;
-    if (preloaded_ && sameRequest(preloaded_->request, request)) {
+    if (preloaded_ && satisfies(preloaded_->request, request)) {
         std::shared_ptr<LoadOutcome> outcome = std::move(preloaded_);
         outcome->id = id;
         QMetaObject::invokeMethod(
             this, [this, outcome] { emit finished(outcome); }, Qt::QueuedConnection);
         return id;
     }
-    if (preloading_ && sameRequest(preloading_->request, request)) {
+    if (preloading_ && satisfies(preloading_->request, request)) {
         current_ = std::move(preloading_);
         current_->wanted = true;
         current_->id = id;

@@ -14,10 +14,10 @@
 // them, which instead decodes a reduced preview quickly) show when done.
 //
 // Preloading (FileSequencer\Preload) reads the next file of the sequence
-// into a one-entry cache with the same request; asking for it then costs no
-// decode at all. An animated GIF's frames are composed on the loading thread
-// (formats/gif/GifComposer.h, one frame from the one before) and handed over
-// converted, up to a memory budget.
+// into a one-entry cache, in full, while the user looks at the current one;
+// asking for it then (for a preview or the full image) costs no decode. An animated GIF's frames
+// are composed on the loading thread (formats/gif/GifComposer.h, one frame from the one before) and
+// handed over converted, up to a memory budget.
 #pragma once
 
 #include <QImage>
@@ -120,5 +120,8 @@ class ImageLoader : public QObject {
 };
 
 bool sameRequest(const LoadRequest& a, const LoadRequest& b);
+// Whether the result of `done` serves `wanted`: the same file, page and
+// animation, and either the same preview size or the full image.
+bool satisfies(const LoadRequest& done, const LoadRequest& wanted);
 
 }  // namespace vivark::viewer

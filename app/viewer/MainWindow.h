@@ -36,6 +36,8 @@ struct StartOptions {
     bool timing = false;
     bool quitWhenShown = false;
     bool stepThrough = false;
+    // When the process started (milliseconds since the epoch), for timings.
+    qint64 startedAtMs = 0;
 };
 
 class MainWindow : public QMainWindow {

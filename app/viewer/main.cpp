@@ -3,6 +3,7 @@
 // instance, opens the log, and shows the window.
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QTimer>
@@ -19,6 +20,7 @@ using namespace vivark;
 using namespace vivark::viewer;
 
 int main(int argc, char** argv) {
+    const qint64 startedAtMs = QDateTime::currentMSecsSinceEpoch();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("vivark-view"));
     QApplication::setApplicationVersion(QStringLiteral(VIVARK_VERSION));
@@ -79,6 +81,7 @@ int main(int argc, char** argv) {
     options.timing = parser.isSet(timing);
     options.quitWhenShown = parser.isSet(quitWhenShown);
     options.stepThrough = parser.isSet(stepThrough);
+    options.startedAtMs = startedAtMs;
     const bool measuring = options.timing || options.quitWhenShown || options.stepThrough;
     const bool single =
         settings::loadingStartupMode.get() == 0 && !parser.isSet(newWindow) && !measuring;
