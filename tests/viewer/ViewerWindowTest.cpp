@@ -153,14 +153,30 @@ void ViewerWindowTest::loaderSupersedesAndReports() {
     QCOMPARE(QString::fromStdString(formatMessage(outcome->message)),
              QStringLiteral("Unrecognized file format"));
 
-    // A preloaded file is handed over whole.
-    const LoadRequest request{kExamples + QStringLiteral("palette.bmp")};
-    loader.preload(request);
+    // A JPEG asked for a preview is decoded at a reduced scale; a full
+    // preload of it serves the same request with the full image.
+    LoadRequest preview{kGood + QStringLiteral("scene.jpg")};
+    preview.previewSize = 40;
+    const auto reduced = loadNow(preview);
+    QVERIFY(reduced->preview);
+    QCOMPARE(reduced->info.width, 160u);
+    QVERIFY(reduced->image.width() < 160 && reduced->image.width() >= 40);
+    loader.preload({preview.path});
     QTest::qWait(300);
     finished.clear();
-    loader.load(request);
+    loader.load(preview);
     QVERIFY(finished.wait(10000));
-    QVERIFY(finished[0][0].value<std::shared_ptr<LoadOutcome>>()->completed);
+    outcome = finished[0][0].value<std::shared_ptr<LoadOutcome>>();
+    QVERIFY(outcome->completed && !outcome->preview);
+    QCOMPARE(outcome->image.width(), 160u);
+
+    // Rows shown while a PNG loads end as the finished image.
+    auto canvas = std::make_shared<ProgressiveCanvas>();
+    int shown = 0;
+    const auto rows =
+        loadNow({kExamples + QStringLiteral("scene.png")}, nullptr, canvas, [&shown] { ++shown; });
+    QVERIFY(shown > 0);
+    QCOMPARE(canvas->image, rows->display);
 }
 
 void ViewerWindowTest::windowStepsPagesAndFiles() {
