@@ -254,6 +254,13 @@ void MainWindow::restorePlacement() {
     wasMaximized_ = parts.size() > 4 && parts[4] == QLatin1String("1");
 }
 
+void MainWindow::showAsPlaced() {
+    if (wasMaximized_)
+        showMaximized();
+    else
+        show();
+}
+
 void MainWindow::savePlacement() {
     const QRect g = (isMaximized() || fullScreen_) ? normalGeometry() : geometry();
     if (!g.isValid()) return;
@@ -395,7 +402,9 @@ void MainWindow::onLoaded(const std::shared_ptr<LoadOutcome>& outcome) {
         document_.setLoaded(outcome->image, outcome->request.path);
         suppressDocumentChanged_ = false;
     } else {
+        suppressDocumentChanged_ = true;
         document_.clear();
+        suppressDocumentChanged_ = false;
     }
     view_->setImage(outcome->display, size, sameImage);
     if (outcome->animation && !sameImage) startAnimation(outcome->animation);

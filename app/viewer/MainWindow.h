@@ -51,6 +51,8 @@ class MainWindow : public QMainWindow {
     // slide show list starts its show.
     void openPaths(const QStringList& paths);
     void openFile(const QString& path, uint32_t page = 1);
+    // Shows the window as it was left: maximized or in its saved place.
+    void showAsPlaced();
 
     Document& document() { return document_; }
     ImageView* view() const { return view_; }

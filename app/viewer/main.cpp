@@ -99,7 +99,7 @@ int main(int argc, char** argv) {
             window.remoteCommand(command, args, std::move(reply));
         });
     if (single && !server.listen()) logLine(QStringLiteral("single-instance socket unavailable"));
-    window.show();
+    window.showAsPlaced();
     if (options.fullScreen && !options.slideShow) window.toggleFullScreen();
     window.openPaths(paths);
     const int status = app.exec();
