@@ -71,6 +71,7 @@ MainWindow::MainWindow(const StartOptions& options, QWidget* parent)
     setCentralWidget(view_);
     buildActions();
     buildStatusBar();
+    if (!settings::titleBarVisible.get()) setWindowFlag(Qt::FramelessWindowHint, true);
     readSettings();
     restorePlacement();
 
@@ -119,7 +120,6 @@ void MainWindow::readSettings() {
     sequence_.setOrder(SequenceOrder(std::min<uint32_t>(settings::sequencerSequence.get(), 3)));
     sequence_.setWrap(settings::sequencerWrap.get());
     sequence_.setRefresh(settings::sequencerRefresh.get());
-    if (!settings::titleBarVisible.get()) setWindowFlag(Qt::FramelessWindowHint, true);
     applyChrome();
 }
 
