@@ -14,11 +14,13 @@ void registerJpegTransform(CLI::App&, CommandContext&,
 void registerPalette(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerExtract(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 void registerBatch(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
+void registerView(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, CommandAction>>&);
 
 const std::vector<CommandRegistration>& commandRegistry() {
     static const std::vector<CommandRegistration> registry = {
         registerInfo,     registerConvert,       registerBatch,   registerExtract,
         registerSettings, registerJpegTransform, registerPalette, registerFormats,
+        registerView,
     };
     return registry;
 }
