@@ -117,15 +117,30 @@ void readWindowsIcon(InFile& file, Image& image, const ReadOptions& options) {
                 }
         entries.push_back(e);
     }
+    // A cursor's directory holds the hot spot where an icon's holds planes
+    // and depth: its depth comes from the picture's own header, and only
+    // the size orders its pictures (as the identify test, reading the
+    // directory alone, orders them).
+    const bool cursor = type == 2;
     for (IconEntry& e : entries) {
         if (!rangeInside(e.offset, 4, total)) continue;
         file.seek(e.offset);
         e.png = file.readLE32() == kPngSignature;
+        if (cursor) {
+            e.bitCount = e.png ? 32 : 0;
+            if (!e.png && rangeInside(e.offset, 16, total)) {
+                file.skip(10);
+                e.bitCount = file.readLE16();
+            }
+        }
     }
-    std::stable_sort(entries.begin(), entries.end(), [](const IconEntry& a, const IconEntry& b) {
-        const uint64_t areaA = uint64_t{a.width} * a.height, areaB = uint64_t{b.width} * b.height;
-        return areaA != areaB ? areaA > areaB : a.bitCount > b.bitCount;
-    });
+    std::stable_sort(entries.begin(), entries.end(),
+                     [cursor](const IconEntry& a, const IconEntry& b) {
+                         const uint64_t areaA = uint64_t{a.width} * a.height;
+                         const uint64_t areaB = uint64_t{b.width} * b.height;
+                         if (areaA != areaB) return areaA > areaB;
+                         return !cursor && a.bitCount > b.bitCount;
+                     });
     std::vector<InfoItem> listed;
     if (image.keepInfo)
         for (uint32_t i = 0; i < entries.size(); ++i)

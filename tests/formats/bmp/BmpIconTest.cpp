@@ -178,6 +178,10 @@ TEST(BmpIcon, PagesBecomeEntriesReadBackPageByPage) {
             // keep the file's order.
             const Image& want = pages[f.windows ? (page == 1 ? 1 : page == 2 ? 0 : 2) : page - 1];
             EXPECT_TRUE(samePixels(want, back)) << "page " << page;
+            // Every entry is listed with its own size and depth (a cursor's
+            // directory holds its hot spot where an icon's has the depth).
+            ASSERT_EQ(back.info.size(), 3u);
+            EXPECT_EQ(back.info[0].text, f.windows ? "32x32, 24 bits" : "16x16, 8 bits");
         }
         if (f.writePages == writeWindowsCursorPages) {
             // The hot spots: each picture's centre.
