@@ -154,9 +154,10 @@ TEST(BmpIcon, ColourTypeAndSizeShapeThePicture) {
             // ImageMagick sees the same picture.
             TempDir dir;
             std::ofstream(dir / "icon", std::ios::binary) << bytes;
-            const Image theirs = readFromBytes(
-                commandOutput("convert-im6.q16 'ico:" + (dir / "icon").string() + "' ppm:-"),
-                makePnmReader);
+            const Image theirs =
+                readFromBytes(commandOutput("convert-im6.q16 'ico:" + (dir / "icon").string() +
+                                            "' -depth 8 ppm:-"),
+                              makePnmReader);
             EXPECT_TRUE(samePixels(theirs, back));
         }
     }
