@@ -1,8 +1,10 @@
 // The Windows and OS/2 bitmap family: header layouts, constants and the
 // pieces the family's files share (BmpReader.cpp reads headers, palettes and
 // uncompressed rows; BmpRle.cpp owns RLE4/RLE8 both ways; BmpBitFields.cpp the
-// 16- and 32-bit pixels; BmpIcon.cpp icons, cursors and pointers; BmpWriter.cpp
-// the two writers). Everything here throws BMPERROR, or IMAGEERROR::TooLarge
+// 16- and 32-bit pixels; BmpIcon.cpp reads icons, cursors, pointers and the
+// elements of arrays; BmpWriter.cpp the two bitmap writers; BmpIconPicture.cpp,
+// BmpIconWriter.cpp and BmpOs2IconWriter.cpp the icon, cursor and pointer
+// writers). Everything here throws BMPERROR, or IMAGEERROR::TooLarge
 // when a size passes the caller's limits; InFile's errors pass through.
 //
 // Format tags: "BMPW" for a "BM" file with a 40-byte header and compression
