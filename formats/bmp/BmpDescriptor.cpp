@@ -2,6 +2,7 @@
 // reader, error messages, writers and save settings.
 #include "formats/FormatTable.h"
 #include "formats/bmp/BmpFormat.h"
+#include "formats/bmp/BmpIconWriter.h"
 #include "formats/bmp/BmpReader.h"
 #include "formats/bmp/BmpWriter.h"
 
@@ -85,6 +86,50 @@ const WriterEntry kBmpWriters[] = {
      depthSet({1, 4, 8, 24}),
      ColourNeed::Any,
      writeOs2Bitmap},
+    // An icon's mask keeps a transparent index, and its pages are its
+    // pictures; only a Windows entry of 32 bits keeps an alpha channel.
+    {"Windows Icon",
+     {"ico", "windows-icon"},
+     {"ico"},
+     makeTag("ICOW"),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeWindowsIcon,
+     {},
+     kKeepsAlpha | kKeepsTransparentIndex | kKeepsPages,
+     writeWindowsIconPages},
+    {"Windows Cursor",
+     {"cur", "windows-cursor"},
+     {"cur"},
+     makeTag("CUR "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeWindowsCursor,
+     {},
+     kKeepsAlpha | kKeepsTransparentIndex | kKeepsPages,
+     writeWindowsCursorPages},
+    // A name ending in ".ico" means a Windows icon; OS/2 icons are asked for
+    // by name.
+    {"OS/2 Icon",
+     {"os2ico", "os2-icon"},
+     {},
+     makeTag("ICO "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeOs2Icon,
+     {},
+     kKeepsTransparentIndex | kKeepsPages,
+     writeOs2IconPages},
+    {"OS/2 Pointer",
+     {"os2ptr", "os2-pointer"},
+     {"ptr"},
+     makeTag("PTR "),
+     depthSet({1, 4, 8, 24}),
+     ColourNeed::Any,
+     writeOs2Pointer,
+     {},
+     kKeepsTransparentIndex | kKeepsPages,
+     writeOs2PointerPages},
 };
 
 }  // namespace

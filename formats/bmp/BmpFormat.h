@@ -1,8 +1,10 @@
 // The Windows and OS/2 bitmap family: header layouts, constants and the
 // pieces the family's files share (BmpReader.cpp reads headers, palettes and
 // uncompressed rows; BmpRle.cpp owns RLE4/RLE8 both ways; BmpBitFields.cpp the
-// 16- and 32-bit pixels; BmpIcon.cpp icons, cursors and pointers; BmpWriter.cpp
-// the two writers). Everything here throws BMPERROR, or IMAGEERROR::TooLarge
+// 16- and 32-bit pixels; BmpIcon.cpp reads icons, cursors, pointers and the
+// elements of arrays; BmpWriter.cpp the two bitmap writers; BmpIconPicture.cpp,
+// BmpIconWriter.cpp and BmpOs2IconWriter.cpp the icon, cursor and pointer
+// writers). Everything here throws BMPERROR, or IMAGEERROR::TooLarge
 // when a size passes the caller's limits; InFile's errors pass through.
 //
 // Format tags: "BMPW" for a "BM" file with a 40-byte header and compression
@@ -21,6 +23,7 @@
 #include <array>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "core/FormatTag.h"
 #include "core/Image.h"
@@ -49,6 +52,24 @@ namespace saveKey {
 inline constexpr std::string_view WindowsBitmapEncode = "SaveOptions\\Windows Bitmap\\Encode";
 inline constexpr std::string_view Os2BitmapFormat = "SaveOptions\\OS2 Bitmap\\Format";
 inline constexpr std::string_view Os2BitmapEncode = "SaveOptions\\OS2 Bitmap\\Encode";
+inline constexpr std::string_view WindowsIconSize = "SaveOptions\\Windows Icon\\Size";
+inline constexpr std::string_view WindowsIconColorType = "SaveOptions\\Windows Icon\\Color Type";
+inline constexpr std::string_view WindowsIconTransparent = "SaveOptions\\Windows Icon\\Transparent";
+inline constexpr std::string_view WindowsCursorSize = "SaveOptions\\Windows Cursor\\Size";
+inline constexpr std::string_view WindowsCursorColorType =
+    "SaveOptions\\Windows Cursor\\Color Type";
+inline constexpr std::string_view WindowsCursorTransparent =
+    "SaveOptions\\Windows Cursor\\Transparent";
+inline constexpr std::string_view Os2IconSize = "SaveOptions\\OS2 Icon\\Size";
+inline constexpr std::string_view Os2IconColorType = "SaveOptions\\OS2 Icon\\Color Type";
+inline constexpr std::string_view Os2IconTransparent = "SaveOptions\\OS2 Icon\\Transparent";
+inline constexpr std::string_view Os2IconFormat = "SaveOptions\\OS2 Icon\\Format";
+inline constexpr std::string_view Os2IconEncode = "SaveOptions\\OS2 Icon\\Encode";
+inline constexpr std::string_view Os2PointerSize = "SaveOptions\\OS2 Pointer\\Size";
+inline constexpr std::string_view Os2PointerColorType = "SaveOptions\\OS2 Pointer\\Color Type";
+inline constexpr std::string_view Os2PointerTransparent = "SaveOptions\\OS2 Pointer\\Transparent";
+inline constexpr std::string_view Os2PointerFormat = "SaveOptions\\OS2 Pointer\\Format";
+inline constexpr std::string_view Os2PointerEncode = "SaveOptions\\OS2 Pointer\\Encode";
 }  // namespace saveKey
 
 // The identify tests (see formats/Identify.h for their contract).
@@ -139,6 +160,17 @@ void readBitFieldPixels(InFile& file, const BmpHeader& header, Image& image,
 // Icons, cursors and pointers, from the type word on (the file is positioned
 // at its origin).
 void readWindowsIcon(InFile& file, Image& image, const ReadOptions& options);
+
+// The element of an array ("BA", its elements chained by offsets from the
+// file's start) that a page picks, the first when the page is beyond the
+// array (the caller refuses it by the page count); with `list`, an
+// "IconInfo" item for each element, in file order.
+struct ArrayElement {
+    int64_t offset = 0;  // of the element's array header
+    uint32_t count = 0;  // elements in the array
+    std::vector<InfoItem> listed;
+};
+ArrayElement chooseArrayElement(InFile& file, uint32_t page, bool list);
 void readOs2Icon(InFile& file, Image& image, const ReadOptions& options);
 
 // RLE encoding of one row of 8- or 4-bit indices (one byte per pixel),

@@ -1,9 +1,11 @@
 // Icons, cursors and pointers: the picture of a Windows icon or cursor file
 // (its largest image, the first among equals) and of an OS/2 icon or pointer
 // (the colour bitmap of "CI" and "CP", the lower half of the black-and-white
-// bitmap of "IC" and "PT"). A Windows icon's AND mask, which follows its
-// picture, becomes the Image's second plane (1 where the screen shows
-// through); a file that ends before its mask keeps its picture without one.
+// bitmap of "IC" and "PT"). The AND mask, which follows a Windows icon's
+// picture and is the upper half of an OS/2 icon's black-and-white bitmap,
+// becomes the Image's second plane (1 where the screen shows through); a
+// file that ends before its mask keeps its picture without one. An OS/2
+// array's elements are its pages, in file order (BmpReader.cpp).
 //
 // A Windows icon file holds several pictures of one icon. Its pages are its
 // entries ordered largest first, then deepest, then in file order, so page 1
@@ -115,15 +117,30 @@ void readWindowsIcon(InFile& file, Image& image, const ReadOptions& options) {
                 }
         entries.push_back(e);
     }
+    // A cursor's directory holds the hot spot where an icon's holds planes
+    // and depth: its depth comes from the picture's own header, and only
+    // the size orders its pictures (as the identify test, reading the
+    // directory alone, orders them).
+    const bool cursor = type == 2;
     for (IconEntry& e : entries) {
         if (!rangeInside(e.offset, 4, total)) continue;
         file.seek(e.offset);
         e.png = file.readLE32() == kPngSignature;
+        if (cursor) {
+            e.bitCount = e.png ? 32 : 0;
+            if (!e.png && rangeInside(e.offset, 16, total)) {
+                file.skip(10);
+                e.bitCount = file.readLE16();
+            }
+        }
     }
-    std::stable_sort(entries.begin(), entries.end(), [](const IconEntry& a, const IconEntry& b) {
-        const uint64_t areaA = uint64_t{a.width} * a.height, areaB = uint64_t{b.width} * b.height;
-        return areaA != areaB ? areaA > areaB : a.bitCount > b.bitCount;
-    });
+    std::stable_sort(entries.begin(), entries.end(),
+                     [cursor](const IconEntry& a, const IconEntry& b) {
+                         const uint64_t areaA = uint64_t{a.width} * a.height;
+                         const uint64_t areaB = uint64_t{b.width} * b.height;
+                         if (areaA != areaB) return areaA > areaB;
+                         return !cursor && a.bitCount > b.bitCount;
+                     });
     std::vector<InfoItem> listed;
     if (image.keepInfo)
         for (uint32_t i = 0; i < entries.size(); ++i)
@@ -154,16 +171,79 @@ void readOs2Icon(InFile& file, Image& image, const ReadOptions& options) {
     if (type == kTypeIcon || type == kTypePointer) {
         const BmpHeader header = readMaskedHeader(file);
         readBitmapBody(file, header, maskOffset, image, options);
+        if (header.bitCount == 1 && header.compression == kNone)
+            readAndMask(file, header, image);  // right after the XOR half
     } else {
-        const BmpHeader mask = readInfoHeader(file);
+        const BmpHeader mask = readMaskedHeader(file);
         if (mask.bitCount <= 8) file.skip((uint64_t{1} << mask.bitCount) * mask.paletteEntrySize);
         if (file.readLE16() != type) throw BMPERROR::InvalidFile;
         file.skip(8);
         const uint32_t colourOffset = file.readLE32();
         const BmpHeader colour = readInfoHeader(file);
         readBitmapBody(file, colour, colourOffset, image, options);
+        // The AND half of the mask bitmap, after its XOR half.
+        if (mask.bitCount == 1 && mask.compression == kNone && mask.width == colour.width &&
+            mask.height == colour.height) {
+            file.seek(int64_t{maskOffset} + int64_t(storedRowBytes(mask.width, 1) * mask.height));
+            readAndMask(file, mask, image);
+        }
     }
     image.formatTag = pointer ? kTagPointer : kTagOs2Icon;
+}
+
+namespace {
+
+// Elements of an array beyond any real file's (an icon holds a handful).
+constexpr uint32_t kMaxArrayElements = 1024;
+
+// The picture's header of the element at `at`: the colour bitmap's of "CI"
+// and "CP" (after the mask bitmap's header and palette), else the first.
+IconEntry describeArrayElement(InFile& file, int64_t at) {
+    file.seek(at + kFileHeaderSize);
+    const uint16_t type = file.readLE16();
+    file.skip(kFileHeaderSize - 2);
+    BmpHeader header = readInfoHeader(file);
+    if (type == kTypeColourIcon || type == kTypeColourPointer) {
+        if (header.bitCount <= 8)
+            file.skip((uint64_t{1} << header.bitCount) * header.paletteEntrySize);
+        file.skip(kFileHeaderSize);
+        header = readInfoHeader(file);
+    } else if (type != kTypeBitmap) {
+        header.height /= 2;
+    }
+    return {header.width, header.height, header.bitCount, 0, 0};
+}
+
+}  // namespace
+
+ArrayElement chooseArrayElement(InFile& file, uint32_t page, bool list) {
+    const int64_t total = static_cast<int64_t>(file.size()) - file.origin();
+    ArrayElement chosen;
+    int64_t at = 0;
+    for (uint32_t index = 1;; ++index) {
+        chosen.count = index;
+        if (index == page) chosen.offset = at;
+        if (list) {
+            try {
+                chosen.listed.push_back(
+                    {&kIconInfo, index - 1, 0, describeEntry(describeArrayElement(file, at))});
+            } catch (BMPERROR) {
+                list = false;  // a damaged element ends the list, not the read
+            } catch (INFILEERROR error) {
+                if (error != INFILEERROR::UnexpectedEnd) throw;
+                list = false;
+            }
+        }
+        // A chain that turns back, or leads out of the file, ends there.
+        file.seek(at + 6);
+        const int64_t next = file.readLE32();
+        if (next <= at || next + int64_t{kFileHeaderSize} >= total || index == kMaxArrayElements)
+            break;
+        file.seek(next);
+        if (file.readLE16() != kTypeArray) break;
+        at = next;
+    }
+    return chosen;
 }
 
 }  // namespace vivark::bmp

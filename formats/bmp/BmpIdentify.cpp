@@ -77,8 +77,10 @@ bool measureFile(InFile& file, FormatInfo& found, bool insideArray) {
             auto area = [](const uint8_t* e) {
                 return uint32_t(e[0] ? e[0] : 256) * uint32_t(e[1] ? e[1] : 256);
             };
+            // A cursor's entry holds its hot spot where an icon's holds its depth.
             if (area(candidate) > area(entry) ||
-                (area(candidate) == area(entry) && loadLE16(candidate + 6) > loadLE16(entry + 6)))
+                (resourceType == 1 && area(candidate) == area(entry) &&
+                 loadLE16(candidate + 6) > loadLE16(entry + 6)))
                 std::copy(candidate, candidate + sizeof candidate, entry);
         }
         found.formatTag = resourceType == 1 ? makeTag("ICOW") : makeTag("CUR ");
@@ -87,7 +89,8 @@ bool measureFile(InFile& file, FormatInfo& found, bool insideArray) {
         if (file.readLE32() == 0x474E5089) {
             found.width = entry[0] != 0 ? entry[0] : 256;
             found.height = entry[1] != 0 ? entry[1] : 256;
-            found.bitsPerPixel = loadLE16(entry + 6) != 0 ? loadLE16(entry + 6) : 32;
+            found.bitsPerPixel =
+                resourceType == 1 && loadLE16(entry + 6) != 0 ? loadLE16(entry + 6) : 32;
             return true;
         }
         file.seek(start + loadLE32(entry + 12));

@@ -201,15 +201,22 @@ class BmpReader final : public ImageReader {
             return;
         }
         bool inArray = false;
+        uint32_t pages = 1;
+        std::vector<InfoItem> listed;
         if (type == kTypeArray) {
-            file.skip(kFileHeaderSize - 2);  // size, next offset, display size
+            const ArrayElement element = chooseArrayElement(file, image.pageNumber, image.keepInfo);
+            file.seek(element.offset + kFileHeaderSize);
             inArray = true;
+            pages = element.count;
+            listed = element.listed;
             type = file.readLE16();
         }
         if (type == kTypeIcon || type == kTypePointer || type == kTypeColourIcon ||
             type == kTypeColourPointer) {
             file.seek(file.tell() - 2);
             readOs2Icon(file, image, options);
+            image.pageCount = pages;
+            image.info.insert(image.info.begin(), listed.begin(), listed.end());
             return;
         }
         if (type != kTypeBitmap) throw BMPERROR::InvalidFile;
@@ -218,6 +225,8 @@ class BmpReader final : public ImageReader {
         const uint32_t pixelOffset = file.readLE32();
         const BmpHeader header = readInfoHeader(file);
         readBitmapBody(file, header, pixelOffset, image, options);
+        image.pageCount = pages;
+        image.info.insert(image.info.begin(), listed.begin(), listed.end());
         const bool windows =
             !inArray && header.headerSize == kInfoHeaderSize && header.compression < 4;
         image.formatTag = windows ? kTagWindowsBitmap : kTagBitmap;

@@ -8,6 +8,9 @@
 //  - SaveOptions\OS2 Bitmap\Format: 0 writes the 1.x header (sizes up to
 //    65535, three-byte palette entries, no compression), 1 the 2.x header.
 //  - SaveOptions\OS2 Bitmap\Encode: RLE as above, with the 2.x header only.
+//    The 2.x header's other codings (Huffman 1D for 1 bit, RLE24) are not
+//    written: hardly any program but OS/2's own reads them, and this reader
+//    refuses them too.
 // A cancel throws OUTFILEERROR::Cancelled; an image too large for the 1.x
 // header SAVEERROR::TooLargeForFormat.
 #pragma once

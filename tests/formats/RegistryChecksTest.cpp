@@ -1,8 +1,8 @@
 // Checks that run over every format of the registry at once, so a new format
 // is covered by adding its entry (and, for its reader, a sample):
 //  - every writer, at every depth it takes, writes a file that an independent
-//    decoder (netpbm, libjpeg's djpeg, ImageMagick) reads back to the same
-//    pixels (within a few levels for JPEG);
+//    decoder (netpbm, libjpeg's djpeg, ImageMagick, Ghostscript) reads back to
+//    the same pixels (within a few levels for JPEG, one for a rendered EPS);
 //  - every reader, fed its samples (the files the writers made and the ones
 //    committed under tests/formats/*/good/) cut short anywhere, ends with a
 //    message of the error model, never a crash or an unmapped error;
@@ -79,12 +79,36 @@ Image sourceFor(const WriterEntry& writer, uint32_t bits) {
     return image;
 }
 
+// The stored options, but icons keep the test pictures' sizes (their Size
+// option stretches them to a square otherwise).
+const SaveOptions& writerOptions() {
+    static const StoredSaveOptions stored;
+    static const SaveOptionOverlay options = [] {
+        SaveOptionOverlay overlay(stored);
+        for (const char* key :
+             {"SaveOptions\\Windows Icon\\Size", "SaveOptions\\Windows Cursor\\Size",
+              "SaveOptions\\OS2 Icon\\Size", "SaveOptions\\OS2 Pointer\\Size"})
+            overlay.set(key, 0);
+        return overlay;
+    }();
+    return options;
+}
+
+// Whether the registry reads what `writer` writes (Encapsulated PostScript
+// is written only).
+bool readable(const WriterEntry& writer) {
+    for (const FormatEntry* entry : formatTable())
+        for (const WriterEntry& w : entry->writers)
+            if (&w == &writer) return entry->create != nullptr;
+    return false;
+}
+
 // Every writer at every depth it takes, written once into `dir`.
 const std::vector<Written>& writtenFiles() {
     static test::TempDir dir;
     static const std::vector<Written> files = [] {
         std::vector<Written> list;
-        StoredSaveOptions options;
+        const SaveOptions& options = writerOptions();
         for (const WriterEntry* writer : writerTable()) {
             for (uint32_t bits : {1u, 4u, 8u, 24u}) {
                 if (!writer->accepts(bits)) continue;
@@ -105,7 +129,8 @@ const std::vector<Sample>& samples() {
     static const std::vector<Sample> list = [] {
         std::vector<Sample> all;
         for (const Written& w : writtenFiles())
-            all.push_back({w.file.filename().string(), test::readWholeFile(w.file)});
+            if (readable(*w.writer))
+                all.push_back({w.file.filename().string(), test::readWholeFile(w.file)});
         const std::filesystem::path root = std::filesystem::path(VIVARK_TEST_DATA) / "formats";
         for (const auto& family : std::filesystem::directory_iterator(root)) {
             const auto good = family.path() / "good";
@@ -205,6 +230,12 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
                std::to_string((576 - w) / 2) + " -top " + std::to_string((720 - h) / 2) +
                " -width " + std::to_string(w) + " -height " + std::to_string(h);
     }
+    // No peer reads OS/2 icons and pointers; tests/formats/bmp reads them back.
+    if (writer.formatTag == makeTag("ICO ") || writer.formatTag == makeTag("PTR ")) return {};
+    // Ghostscript renders the page at one pixel a point, cropped to its box.
+    if (ext == "eps")
+        return "gs -q -dNOPAUSE -dBATCH -dSAFER -sDEVICE=ppmraw -r72 -dEPSCrop -sOutputFile=- " +
+               quoted + " 2>/dev/null";
     // Pillow reads both versions of Microsoft Paint.
     if (ext == "msp")
         return "/usr/bin/python3 -c \"import sys; from PIL import Image; "
@@ -250,6 +281,8 @@ TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
         ASSERT_EQ(decoded.width, w.source.width());
         ASSERT_EQ(decoded.height, w.source.height());
         const bool lossy = w.writer->formatTag == makeTag("JFIF");
+        // A rendered page may round a level.
+        const int tolerance = w.writer->formatTag == makeTag("EPS ") ? 1 : 0;
         int worst = 0;
         double total = 0;
         for (uint32_t y = 0; y < decoded.height; ++y) {
@@ -269,7 +302,7 @@ TEST(RegistryChecks, EveryWriterIsReadBackByAnIndependentDecoder) {
             // swapped channel, a flipped image or a shifted row does not.
             EXPECT_LE(total / (3.0 * decoded.width * decoded.height), 4.0);
         } else {
-            EXPECT_EQ(worst, 0);
+            EXPECT_LE(worst, tolerance);
         }
     }
 }
@@ -289,7 +322,7 @@ TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
     Image indexed = test::patternImage(29, 17, 8);
     indexed.transparentIndex = 3;
     indexed.palette[3] = rgb(1, 2, 3);  // a colour of its own
-    StoredSaveOptions options;
+    const SaveOptions& options = writerOptions();
 
     // What ImageMagick says the alpha of a file is, top row first.
     auto alphaOf = [&](const std::filesystem::path& file) {
@@ -331,7 +364,14 @@ TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
         ASSERT_EQ(read.secondPlaneKind, SecondPlane::Alpha);
         expectAlpha(read, alphaOf(theirs), planeAlpha(read));
     }
-    for (const char* ext : {"png", "gif"}) {
+    // A 32-bit icon keeps the alpha channel (beside its AND mask).
+    for (const char* ext : {"ico", "cur"}) {
+        SCOPED_TRACE(ext);
+        const auto ours = dir / (std::string("ours.") + ext);
+        saveImage(rgba, ours, *findWriterByExtension(ext), options);
+        expectAlpha(rgba, alphaOf(ours), planeAlpha(rgba));
+    }
+    for (const char* ext : {"png", "gif", "ico", "cur"}) {
         SCOPED_TRACE(ext);
         const auto ours = dir / (std::string("indexed.") + ext);
         saveImage(indexed, ours, *findWriterByExtension(ext), options);
