@@ -23,7 +23,7 @@ case "$variant" in
     cmake -S . -B build/sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVIVARK_SANITIZE=ON "${options[@]}" ;;
   fuzz)
     cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-      -DCMAKE_CXX_COMPILER=clang++ -DVIVARK_FUZZ=ON -DVIVARK_TESTS=OFF "${options[@]}" ;;
+      -DCMAKE_CXX_COMPILER=clang++ -DVIVARK_FUZZ=ON -DVIVARK_TESTS=OFF -DVIVARK_VIEWER=OFF "${options[@]}" ;;
   *)
     echo "usage: scripts/build.sh release|sanitize|fuzz" >&2; exit 2 ;;
 esac
