@@ -1,16 +1,15 @@
 // LzwDecoder: code reading in both bit orders, the old-style TIFF test and
 // the string table walk. The hot loop keeps the decoder's state in locals and
-// stores it back once per call.
+// stores it back once per call; codes come out of a 64-bit accumulator that
+// is topped up several bytes at a time while the source's window holds them.
 #include "codecs/LzwDecoder.h"
 
+#include <bit>
 #include <cstring>
 
 #include "core/Errors.h"
 
 namespace vivark {
-
-static_assert(sizeof(uint32_t) * 8 >= 12 + 8 + 7,
-              "the bit accumulator must hold a code and a byte");
 
 LzwDecoder::LzwDecoder(uint32_t initialCodeSize, bool msbFirst, bool detectOldStyle)
     : initialCodeSize_(initialCodeSize),
@@ -19,12 +18,16 @@ LzwDecoder::LzwDecoder(uint32_t initialCodeSize, bool msbFirst, bool detectOldSt
       firstFreeCode_((1u << initialCodeSize) + 2),
       msbFirst_(msbFirst),
       detectOldStyle_(detectOldStyle),
-      stackEnd_(stack_ + kTableSize),
-      stackPointer_(stack_ + kTableSize) {
-    // Root entries decode to themselves; entries above are filled as codes arrive.
+      stackEnd_(stack_ + kLongest),
+      stackPointer_(stack_ + kLongest) {
+    // Root entries (the clear and end codes included, which a code straight
+    // after a clear code takes as literal bytes) are one-byte strings of
+    // their own low byte; entries above are filled as codes arrive.
     for (uint32_t i = 0; i < kTableSize; ++i) {
         prefix_[i] = 0;
+        length_[i] = 1;
         suffix_[i] = static_cast<uint8_t>(i);
+        first_[i] = static_cast<uint8_t>(i);
     }
 }
 
@@ -78,7 +81,7 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
     }
 
     ByteSource& src = *source_;
-    uint32_t bitBuffer = bitBuffer_;
+    uint64_t bitBuffer = bitBuffer_;
     uint32_t bitCount = bitCount_;
     uint32_t codeSize = codeSize_;
     uint32_t codeMask = codeMask_;
@@ -91,23 +94,44 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
     const uint32_t endCode = endCode_;
     bool ended = false;
 
-    auto readCode = [&]() -> uint32_t {
-        uint32_t code;
-        if (msbMode != 0) {
-            while (bitCount < codeSize) {
+    // Tops the accumulator up to at least `codeSize` bits. While the window
+    // holds eight bytes, whole bytes are taken from one 8-byte load up to 56
+    // bits; near the window's end, one byte at a time through the source.
+    auto fill = [&] {
+        if (src.available() >= 8) {
+            uint64_t word;
+            std::memcpy(&word, src.cursor, 8);
+            const uint32_t take = (63 - bitCount) >> 3;
+            if (msbMode != 0) {
+                if constexpr (std::endian::native == std::endian::little)
+                    word = __builtin_bswap64(word);
+                bitBuffer = (bitBuffer << (8 * take)) | (word >> (64 - 8 * take));
+            } else {
+                if constexpr (std::endian::native == std::endian::big)
+                    word = __builtin_bswap64(word);
+                bitBuffer |= (word & ((uint64_t{1} << (8 * take)) - 1)) << bitCount;
+            }
+            src.cursor += take;
+            bitCount += 8 * take;
+            return;
+        }
+        while (bitCount < codeSize) {
+            if (msbMode != 0)
                 bitBuffer = (bitBuffer << 8) | src.nextByte();
-                bitCount += 8;
-            }
-            bitCount -= codeSize;
-            code = (bitBuffer >> bitCount) & codeMask;
+            else
+                bitBuffer |= static_cast<uint64_t>(src.nextByte()) << bitCount;
+            bitCount += 8;
+        }
+    };
+    auto readCode = [&]() __attribute__((always_inline))->uint32_t {
+        if (bitCount < codeSize) fill();
+        uint32_t code;
+        bitCount -= codeSize;
+        if (msbMode != 0) {
+            code = static_cast<uint32_t>(bitBuffer >> bitCount) & codeMask;
         } else {
-            while (bitCount < codeSize) {
-                bitBuffer |= static_cast<uint32_t>(src.nextByte()) << bitCount;
-                bitCount += 8;
-            }
-            code = bitBuffer & codeMask;
+            code = static_cast<uint32_t>(bitBuffer) & codeMask;
             bitBuffer >>= codeSize;
-            bitCount -= codeSize;
         }
         return code;
     };
@@ -126,9 +150,17 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
         ended_ = ended;
     };
 
+    uint16_t* const prefix = prefix_;
+    uint16_t* const lengths = length_;
+    uint8_t* const suffix = suffix_;
+    uint8_t* const first = first_;
     while (out != outEnd) {
         uint32_t code = readCode();
-        if (code == clearCode) {
+        if (code - clearCode <= 1) {
+            if (code == endCode) {
+                ended = true;
+                break;
+            }
             nextCode = firstFreeCode_;
             codeSize = initialCodeSize_ + 1;
             codeMask = (1u << codeSize) - 1;
@@ -144,34 +176,43 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
             *out++ = firstChar;
             continue;
         }
-        if (code == endCode) {
-            ended = true;
-            break;
-        }
         if (code > nextCode) {
             store();
             throw LZWERROR::InvalidCode;
         }
-        uint32_t c = code;
-        sp = stackEnd;
-        if (code == nextCode) {
-            *--sp = firstChar;
-            c = oldCode;
+        // The string of `code`, or for the code about to be defined, the
+        // previous string and its own first byte.
+        const bool pending = code == nextCode;
+        const uint32_t base = pending ? oldCode : code;
+        const uint32_t size = lengths[base];
+        if (size == kLooped) {
+            // A full table's last entry linked to itself: corrupt data.
+            store();
+            throw LZWERROR::InvalidCode;
         }
-        while (c > endCode) {
-            // A table that overwrites its last entry can link it to itself;
-            // a chain longer than the stack is corrupt data.
-            if (sp == stack_) {
-                store();
-                throw LZWERROR::InvalidCode;
-            }
-            *--sp = suffix_[c];
-            c = prefix_[c];
+        const uint32_t total = size + (pending ? 1 : 0);
+        const size_t room = static_cast<size_t>(outEnd - out);
+        uint8_t* to = total <= room ? out : stackEnd - total;
+        if (pending) to[size] = firstChar;
+        uint32_t c = base;
+        for (uint8_t* p = to + size - 1; p != to; --p) {
+            *p = suffix[c];
+            c = prefix[c];
         }
-        firstChar = static_cast<uint8_t>(c);
-        *out++ = firstChar;
-        suffix_[nextCode] = firstChar;
-        prefix_[nextCode] = oldCode;
+        *to = suffix[c];
+        firstChar = first[base];
+        if (to == out) {
+            out += total;
+        } else {
+            sp = to;
+            drain();
+        }
+        // The new entry: the previous string and this string's first byte.
+        first[nextCode] = first[oldCode];
+        suffix[nextCode] = firstChar;
+        prefix[nextCode] = static_cast<uint16_t>(oldCode);
+        lengths[nextCode] =
+            oldCode == nextCode ? kLooped : static_cast<uint16_t>(lengths[oldCode] + 1);
         oldCode = code;
         ++nextCode;
         if (nextCode > growLimit) {
@@ -185,7 +226,6 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
                 growLimit = codeMask - msbMode;
             }
         }
-        drain();
     }
     store();
 }

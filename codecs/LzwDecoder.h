@@ -12,8 +12,11 @@
 // code overwrites the last entry. A clear code or end code directly after a
 // clear code is taken as a literal byte. A code beyond the next free entry
 // throws LZWERROR::InvalidCode; running out of input is the source's
-// business. The tables and the output stack are fixed arrays inside the
-// object; nothing is allocated while decoding.
+// business. Each table entry knows its prefix, last byte, first byte and
+// length, so a string is written backwards straight into the caller's
+// buffer; only a string longer than the room left goes through the pending
+// buffer. The tables and that buffer are fixed arrays inside the object;
+// nothing is allocated while decoding.
 #pragma once
 
 #include <cstddef>
@@ -40,10 +43,16 @@ class LzwDecoder final : public StreamDecoder {
 
   private:
     static constexpr uint32_t kTableSize = 4096;
+    // The longest string a table without a loop holds, and the length that
+    // marks the entry of a full table linked to itself.
+    static constexpr uint32_t kLongest = kTableSize + 1;
+    static constexpr uint16_t kLooped = 0xFFFF;
 
-    uint32_t prefix_[kTableSize];
+    uint16_t prefix_[kTableSize];
+    uint16_t length_[kTableSize];
     uint8_t suffix_[kTableSize];
-    uint8_t stack_[kTableSize];
+    uint8_t first_[kTableSize];
+    uint8_t stack_[kLongest];
     uint32_t initialCodeSize_;
     uint32_t clearCode_;
     uint32_t endCode_;
@@ -57,7 +66,7 @@ class LzwDecoder final : public StreamDecoder {
     uint32_t nextCode_ = 0;
     uint32_t growLimit_ = 0;
     uint32_t codeMask_ = 0;
-    uint32_t bitBuffer_ = 0;
+    uint64_t bitBuffer_ = 0;
     uint32_t bitCount_ = 0;
     uint32_t codeSize_ = 0;
     uint32_t msbMode_ = 0;
