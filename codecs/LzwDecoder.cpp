@@ -1,7 +1,8 @@
-// LzwDecoder: code reading in both bit orders, the old-style TIFF test and
-// the string table walk. The hot loop keeps the decoder's state in locals and
-// stores it back once per call; codes come out of a 64-bit accumulator that
-// is topped up several bytes at a time while the source's window holds them.
+// LzwDecoder: code reading in both bit orders, the old-style TIFF test, the
+// string table and the history the strings are copied within. The hot loop
+// keeps the decoder's state in locals and stores it back once per call;
+// codes come out of a 64-bit accumulator that is topped up several bytes at
+// a time while the source's window holds them.
 #include "codecs/LzwDecoder.h"
 
 #include <bit>
@@ -18,8 +19,9 @@ LzwDecoder::LzwDecoder(uint32_t initialCodeSize, bool msbFirst, bool detectOldSt
       firstFreeCode_((1u << initialCodeSize) + 2),
       msbFirst_(msbFirst),
       detectOldStyle_(detectOldStyle),
-      stackEnd_(stack_ + kLongest),
-      stackPointer_(stack_ + kLongest) {
+      out_(history_),
+      read_(history_) {
+    std::memset(history_, 0, sizeof history_);
     // Root entries (the clear and end codes included, which a code straight
     // after a clear code takes as literal bytes) are one-byte strings of
     // their own low byte; entries above are filled as codes arrive.
@@ -28,6 +30,7 @@ LzwDecoder::LzwDecoder(uint32_t initialCodeSize, bool msbFirst, bool detectOldSt
         length_[i] = 1;
         suffix_[i] = static_cast<uint8_t>(i);
         first_[i] = static_cast<uint8_t>(i);
+        place_[i] = -1;
     }
 }
 
@@ -56,29 +59,45 @@ void LzwDecoder::reset() {
     oldCode_ = 0;
     ended_ = false;
     nextCode_ = firstFreeCode_;
-    stackPointer_ = stackEnd_;
+    out_ = read_ = history_;
+    lastStart_ = -1;
 }
 
 void LzwDecoder::decode(uint8_t* buffer, size_t length) {
-    if (ended_) return;
-    uint8_t* out = buffer;
-    uint8_t* const outEnd = buffer + length;
-    uint8_t* sp = stackPointer_;
-    uint8_t* const stackEnd = stackEnd_;
-
-    auto drain = [&] {
-        size_t pending = static_cast<size_t>(stackEnd - sp);
-        size_t room = static_cast<size_t>(outEnd - out);
-        size_t n = pending < room ? pending : room;
-        if (n != 0) std::memcpy(out, sp, n);
-        out += n;
-        sp += n;
-    };
-    drain();
-    if (out == outEnd) {
-        stackPointer_ = sp;
-        return;
+    while (length != 0) {
+        if (read_ != out_) {
+            const size_t pending = static_cast<size_t>(out_ - read_);
+            const size_t n = pending < length ? pending : length;
+            std::memcpy(buffer, read_, n);
+            read_ += n;
+            buffer += n;
+            length -= n;
+            continue;
+        }
+        if (ended_) return;
+        produce(length);
     }
+}
+
+void LzwDecoder::slide() {
+    // The newest kKeep bytes stay; entries whose bytes lay before them are
+    // walked again when next used.
+    const int32_t shift = static_cast<int32_t>(out_ - history_) - static_cast<int32_t>(kKeep);
+    std::memmove(history_, out_ - kKeep, kKeep);
+    out_ -= shift;
+    read_ -= shift;
+    for (int32_t& place : place_) place = place >= shift ? place - shift : -1;
+    lastStart_ = lastStart_ >= shift ? lastStart_ - shift : -1;
+}
+
+void LzwDecoder::produce(size_t wanted) {
+    if (out_ >= history_ + kKeep + kArea) slide();
+    uint8_t* const history = history_;
+    uint8_t* out = out_;
+    uint8_t* const areaEnd = history + kKeep + kArea;
+    const size_t room = static_cast<size_t>(areaEnd - out);
+    uint8_t* const stop = out + (wanted < room ? wanted : room);
+    int32_t lastStart = lastStart_;
 
     ByteSource& src = *source_;
     uint64_t bitBuffer = bitBuffer_;
@@ -138,7 +157,8 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
     // Stores the state back; run on every exit, thrown errors included, so a
     // caller that catches sees consistent (if abandoned) fields.
     auto store = [&] {
-        stackPointer_ = sp;
+        out_ = out;
+        lastStart_ = lastStart;
         bitBuffer_ = bitBuffer;
         bitCount_ = bitCount;
         codeSize_ = codeSize;
@@ -154,7 +174,8 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
     uint16_t* const lengths = length_;
     uint8_t* const suffix = suffix_;
     uint8_t* const first = first_;
-    while (out != outEnd) {
+    int32_t* const place = place_;
+    while (out < stop) {
         uint32_t code = readCode();
         if (code - clearCode <= 1) {
             if (code == endCode) {
@@ -173,6 +194,7 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
             }
             // Clear and end codes here are taken as literal bytes.
             firstChar = static_cast<uint8_t>(code);
+            lastStart = static_cast<int32_t>(out - history);
             *out++ = firstChar;
             continue;
         }
@@ -185,34 +207,52 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
         const bool pending = code == nextCode;
         const uint32_t base = pending ? oldCode : code;
         const uint32_t size = lengths[base];
-        if (size == kLooped) {
-            // A full table's last entry linked to itself: corrupt data.
-            store();
-            throw LZWERROR::InvalidCode;
-        }
-        const uint32_t total = size + (pending ? 1 : 0);
-        const size_t room = static_cast<size_t>(outEnd - out);
-        uint8_t* to = total <= room ? out : stackEnd - total;
-        if (pending) to[size] = firstChar;
-        uint32_t c = base;
-        for (uint8_t* p = to + size - 1; p != to; --p) {
-            *p = suffix[c];
-            c = prefix[c];
-        }
-        *to = suffix[c];
-        firstChar = first[base];
-        if (to == out) {
-            out += total;
+        uint8_t* const start = out;
+        if (size == 1) {
+            *out = suffix[base];
+        } else if (place[base] >= 0) {
+            // An earlier copy, wholly before `out`: 8-byte steps, the last
+            // one overrunning into bytes decoded next.
+            const uint8_t* from = history + place[base];
+            uint8_t* to = out;
+            uint8_t* const end = out + size;
+            do {
+                uint64_t word;
+                std::memcpy(&word, from, 8);
+                std::memcpy(to, &word, 8);
+                from += 8;
+                to += 8;
+            } while (to < end);
         } else {
-            sp = to;
-            drain();
+            if (size == kLooped) {
+                // A full table's last entry linked to itself: corrupt data.
+                store();
+                throw LZWERROR::InvalidCode;
+            }
+            uint32_t c = base;
+            for (uint8_t* p = out + size - 1; p != out; --p) {
+                *p = suffix[c];
+                c = prefix[c];
+            }
+            *out = suffix[c];
+            place[base] = static_cast<int32_t>(out - history);
         }
-        // The new entry: the previous string and this string's first byte.
+        out += size;
+        if (pending) *out++ = firstChar;
+        firstChar = first[base];
+        // The new entry: the previous string and this string's first byte,
+        // which lie together where the previous string was decoded.
         first[nextCode] = first[oldCode];
         suffix[nextCode] = firstChar;
         prefix[nextCode] = static_cast<uint16_t>(oldCode);
-        lengths[nextCode] =
-            oldCode == nextCode ? kLooped : static_cast<uint16_t>(lengths[oldCode] + 1);
+        if (oldCode == nextCode) {
+            lengths[nextCode] = kLooped;
+            place[nextCode] = -1;
+        } else {
+            lengths[nextCode] = static_cast<uint16_t>(lengths[oldCode] + 1);
+            place[nextCode] = lastStart;
+        }
+        lastStart = static_cast<int32_t>(start - history);
         oldCode = code;
         ++nextCode;
         if (nextCode > growLimit) {
