@@ -75,7 +75,17 @@ void LzwDecoder::decode(uint8_t* buffer, size_t length) {
             continue;
         }
         if (ended_) return;
-        produce(length);
+        try {
+            produce(length);
+        } catch (...) {
+            // The bytes decoded before the fault are handed out as they would
+            // have been, however the output was asked for.
+            const size_t pending = static_cast<size_t>(out_ - read_);
+            const size_t n = pending < length ? pending : length;
+            std::memcpy(buffer, read_, n);
+            read_ += n;
+            throw;
+        }
     }
 }
 
@@ -154,8 +164,9 @@ void LzwDecoder::produce(size_t wanted) {
         }
         return code;
     };
-    // Stores the state back; run on every exit, thrown errors included, so a
-    // caller that catches sees consistent (if abandoned) fields.
+    // Stores the state back on every exit, thrown errors included (the
+    // source's as well as ours), so that what was decoded before a fault is
+    // there to hand out and a caller that catches sees consistent fields.
     auto store = [&] {
         out_ = out;
         lastStart_ = lastStart;
@@ -169,6 +180,10 @@ void LzwDecoder::produce(size_t wanted) {
         firstChar_ = firstChar;
         ended_ = ended;
     };
+    struct StoreOnExit {
+        decltype(store)& run;
+        ~StoreOnExit() { run(); }
+    } storeOnExit{store};
 
     uint16_t* const prefix = prefix_;
     uint16_t* const lengths = length_;
@@ -189,7 +204,6 @@ void LzwDecoder::produce(size_t wanted) {
             code = readCode();
             oldCode = code;
             if (code >= nextCode) {
-                store();
                 throw LZWERROR::InvalidCode;
             }
             // Clear and end codes here are taken as literal bytes.
@@ -199,7 +213,6 @@ void LzwDecoder::produce(size_t wanted) {
             continue;
         }
         if (code > nextCode) {
-            store();
             throw LZWERROR::InvalidCode;
         }
         // The string of `code`, or for the code about to be defined, the
@@ -226,7 +239,6 @@ void LzwDecoder::produce(size_t wanted) {
         } else {
             if (size == kLooped) {
                 // A full table's last entry linked to itself: corrupt data.
-                store();
                 throw LZWERROR::InvalidCode;
             }
             uint32_t c = base;
@@ -267,7 +279,6 @@ void LzwDecoder::produce(size_t wanted) {
             }
         }
     }
-    store();
 }
 
 }  // namespace vivark
