@@ -36,6 +36,12 @@ inline uint16_t load16(const uint8_t* p) {
     return value;
 }
 
+inline uint32_t load32(const uint8_t* p) {
+    uint32_t value;
+    std::memcpy(&value, p, 4);
+    return value;
+}
+
 // Bytes that agree from offset 3 on (the hash and the first two bytes already
 // agree, so the third does too), capped at kMaxMatch.
 inline uint32_t matchLength(const uint8_t* scan, const uint8_t* match) {
@@ -83,6 +89,12 @@ ZipEncoder::ZipEncoder(int level, int /*method: Deflate is the only one*/, int w
     distances_ = std::make_unique<uint16_t[]>(symbolSize);
     values_ = std::make_unique<uint8_t[]>(symbolSize);
     output_ = std::make_unique<uint8_t[]>(kOutputSize);
+    if (strategy_ != 2 && kLevels[level_].chain >= 256) {
+        quadPrev_ = std::make_unique<uint16_t[]>(windowSize_);
+        quadHead_ = std::make_unique<uint16_t[]>(size_t{1} << kQuadBits);
+        ordinal_ = std::make_unique<uint32_t[]>(windowSize_);
+        inserted_ = std::make_unique<uint32_t[]>(hashSize_);
+    }
     clearState();
 }
 
@@ -94,6 +106,11 @@ void ZipEncoder::clearState() {
     std::memset(window_.get(), 0, 2 * size_t{windowSize_} + kWindowSlack);
     std::memset(prev_.get(), 0, windowSize_ * sizeof(uint16_t));
     std::memset(head_.get(), 0, hashSize_ * sizeof(uint16_t));
+    if (quadHead_) {
+        std::memset(quadPrev_.get(), 0, windowSize_ * sizeof(uint16_t));
+        std::memset(quadHead_.get(), 0, (size_t{1} << kQuadBits) * sizeof(uint16_t));
+        std::memset(inserted_.get(), 0, hashSize_ * sizeof(uint32_t));
+    }
     trees_.startBlock();
     const LevelConfig& config = kLevels[level_];
     goodLength_ = config.good;
@@ -170,6 +187,14 @@ void ZipEncoder::slideWindow() {
     uint16_t* prev = prev_.get();
     for (uint32_t n = 0; n < size; ++n)
         prev[n] = static_cast<uint16_t>(prev[n] >= size ? prev[n] - size : 0);
+    if (quadHead_) {
+        uint16_t* quadHead = quadHead_.get();
+        for (uint32_t n = 0; n < (1u << kQuadBits); ++n)
+            quadHead[n] = static_cast<uint16_t>(quadHead[n] >= size ? quadHead[n] - size : 0);
+        uint16_t* quadPrev = quadPrev_.get();
+        for (uint32_t n = 0; n < size; ++n)
+            quadPrev[n] = static_cast<uint16_t>(quadPrev[n] >= size ? quadPrev[n] - size : 0);
+    }
 }
 
 // Tops the window up from the input until the lookahead is long enough or
@@ -207,18 +232,58 @@ uint32_t ZipEncoder::longestMatch(uint32_t candidate) {
     const uint16_t start = load16(scan);
     uint16_t end = load16(scan + best - 1);
     if (prevLength_ >= goodLength_) chain >>= 2;
-    do {
-        const uint8_t* match = window + candidate;
-        if (load16(match + best - 1) != end || load16(match) != start) continue;
+    // The 4-byte chains serve once the string's fourth byte is input (every
+    // candidate's is then too) and a match of 3 is held.
+    const bool quad = quadHead_ && lookahead_ >= 4;
+    const uint32_t first = candidate;
+    const uint32_t budget = chain;
+    uint32_t above = first + 1;  // the 4-byte walk takes candidates below this
+    if (!quad || best < 3) {
+        bool more = false;
+        do {
+            const uint8_t* match = window + candidate;
+            if (load16(match + best - 1) != end || load16(match) != start) continue;
+            uint32_t length = matchLength(scan, match);
+            if (length > best) {
+                matchStart_ = candidate;
+                best = length;
+                if (length >= nice) break;
+                end = load16(scan + best - 1);
+                if (quad) {
+                    more = true;
+                    above = candidate;
+                    break;
+                }
+            }
+            // A chain limit of 0 wraps around and leaves only the distance limit.
+        } while ((candidate = prev[candidate & mask]) > limit && --chain != 0);
+        if (!more) return best <= lookahead_ ? best : lookahead_;
+    }
+    // Candidates of the 3-byte chain that differ in the fourth byte cannot
+    // win; those that agree are all on this string's 4-byte chain (with
+    // others that hash alike), in the same order. The k-th link of the
+    // 3-byte chain from `first` has an ordinal k below first's, so the
+    // chain limit is checked by difference; positions fall along the
+    // chain, so the distance limit ends the walk.
+    const uint16_t* quadPrev = quadPrev_.get();
+    const uint32_t* ordinal = ordinal_.get();
+    const uint32_t word = load32(scan);
+    const uint32_t firstOrdinal = ordinal[first & mask];
+    uint32_t at = quadPrev[strstart_ & mask];
+    while (at >= above) at = quadPrev[at & mask];
+    for (; at > limit || (at == first && at != 0); at = quadPrev[at & mask]) {
+        const uint8_t* match = window + at;
+        if (load32(match) != word) continue;
+        if (firstOrdinal - ordinal[at & mask] >= budget && budget != 0) break;
+        if (load16(match + best - 1) != end) continue;
         uint32_t length = matchLength(scan, match);
         if (length > best) {
-            matchStart_ = candidate;
+            matchStart_ = at;
             best = length;
             if (length >= nice) break;
             end = load16(scan + best - 1);
         }
-        // A chain limit of 0 wraps around and leaves only the distance limit.
-    } while ((candidate = prev[candidate & mask]) > limit && --chain != 0);
+    }
     return best <= lookahead_ ? best : lookahead_;
 }
 

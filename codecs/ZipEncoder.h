@@ -13,11 +13,20 @@
 // are held, until finish(), so every match sees the same data however the
 // input is split.
 //
+// The output is zlib's, byte for byte, at every level. At the levels with
+// long chains (7-9) a second set of chains links the positions whose first
+// four bytes hash alike, and each position keeps its ordinal in its 3-byte
+// chain: once a match of 3 or more is held, only a candidate that agrees in
+// four bytes can beat it, so the search follows the 4-byte chain and counts
+// the 3-byte links it jumps over against the chain limit, stopping exactly
+// where the walk of every link would.
+//
 // Throws nothing of its own: sink failures (OUTFILEERROR) propagate.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "codecs/Adler32.h"
@@ -49,6 +58,7 @@ class ZipEncoder final : public StreamEncoder {
     static constexpr uint32_t kTooFar = 4096;
     static constexpr size_t kOutputSize = 4096;
     static constexpr size_t kWindowSlack = 16;  // word-wide compares may read past the end
+    static constexpr uint32_t kQuadBits = 16;   // the 4-byte chains' hash size
 
     void clearState();
     void compress(bool flush);
@@ -69,6 +79,11 @@ class ZipEncoder final : public StreamEncoder {
         uint32_t windowMask;
         uint32_t shift;
         uint32_t hashMask;
+        // The 4-byte chains and the ordinals; null when not kept.
+        uint16_t* quadPrev;
+        uint16_t* quadHead;
+        uint32_t* ordinal;
+        uint32_t* inserted;
 
         // Links the string at `position` into its chain; returns the
         // previous head of the chain (0: none).
@@ -77,13 +92,23 @@ class ZipEncoder final : public StreamEncoder {
             uint32_t hash =
                 ((uint32_t{p[0]} << (2 * shift)) ^ (uint32_t{p[1]} << shift) ^ p[2]) & hashMask;
             uint32_t first = head[hash];
-            prev[position & windowMask] = static_cast<uint16_t>(first);
+            const uint32_t slot = position & windowMask;
+            prev[slot] = static_cast<uint16_t>(first);
             head[hash] = static_cast<uint16_t>(position);
+            if (quadHead != nullptr) {
+                ordinal[slot] = ++inserted[hash];
+                uint32_t word;
+                std::memcpy(&word, p, 4);
+                const uint32_t quad = (word * 2654435761u) >> (32 - kQuadBits);
+                quadPrev[slot] = quadHead[quad];
+                quadHead[quad] = static_cast<uint16_t>(position);
+            }
             return first;
         }
     };
     Chains chains() const {
-        return {window_.get(), prev_.get(), head_.get(), windowMask_, hashShift_, hashMask_};
+        return {window_.get(), prev_.get(),     head_.get(),     windowMask_,    hashShift_,
+                hashMask_,     quadPrev_.get(), quadHead_.get(), ordinal_.get(), inserted_.get()};
     }
     // Each returns true when the symbol buffer is one short of full.
     bool tallyLiteral(uint8_t value) {
@@ -118,6 +143,11 @@ class ZipEncoder final : public StreamEncoder {
     std::unique_ptr<uint16_t[]> distances_;  // 0 for a literal
     std::unique_ptr<uint8_t[]> values_;      // literal, or match length - 3
     std::unique_ptr<uint8_t[]> output_;
+    // Only at the levels that walk long chains (null otherwise).
+    std::unique_ptr<uint16_t[]> quadPrev_;  // windowSize_
+    std::unique_ptr<uint16_t[]> quadHead_;  // 2^kQuadBits
+    std::unique_ptr<uint32_t[]> ordinal_;   // windowSize_: insertions into the 3-byte bucket so far
+    std::unique_ptr<uint32_t[]> inserted_;  // hashSize_: insertions per 3-byte bucket
 
     deflate::DeflateTrees trees_;
     deflate::BitWriter bits_;
