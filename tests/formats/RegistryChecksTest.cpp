@@ -441,8 +441,11 @@ TEST(RegistryChecks, TheRegistryHoldsEveryFormatTheConverterNames) {
         for (const WriterEntry& writer : entry->writers) {
             SCOPED_TRACE(writer.menuName);
             const std::string name(*writer.shortNames.begin());
-            EXPECT_TRUE(help.find(" " + name + ",") != std::string::npos ||
-                        help.find(" " + name + ")") != std::string::npos);
+            bool named = false;
+            for (const char* before : {" ", "("})
+                for (const char* after : {",", ")"})
+                    named = named || help.find(before + name + after) != std::string::npos;
+            EXPECT_TRUE(named);
         }
     }
     EXPECT_EQ(written, 38u);

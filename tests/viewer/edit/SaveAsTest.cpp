@@ -128,6 +128,12 @@ class SaveAsTest : public QObject {
             Image loaded;
             const LoadResult result = loadFile(loaded, path.toStdString(), ReadOptions{});
             QVERIFY2(result.completed, qPrintable(nameOf(*writer)));
+            // Fixed pages (MacPaint, Compuserve RLE, boot logos) and icons
+            // of a set size hold the picture at their own size.
+            bool sized = writer->canvasWidth != 0 || writer->formatTag == makeTag("LOGO");
+            for (const settings::SettingRef& s : writerSettings(*writer))
+                sized = sized || settings::settingKey(s).ends_with("\\Size");
+            if (sized) continue;
             QCOMPARE(loaded.width(), source.width());
             QCOMPARE(loaded.height(), source.height());
         }
