@@ -18,9 +18,8 @@ void registerView(CLI::App&, CommandContext&, std::vector<std::pair<CLI::App*, C
 
 const std::vector<CommandRegistration>& commandRegistry() {
     static const std::vector<CommandRegistration> registry = {
-        registerInfo,     registerConvert,       registerBatch,   registerExtract,
-        registerSettings, registerJpegTransform, registerPalette, registerFormats,
-        registerView,
+        registerInfo,          registerConvert, registerBatch,   registerExtract, registerSettings,
+        registerJpegTransform, registerPalette, registerFormats, registerView,
     };
     return registry;
 }

@@ -138,7 +138,8 @@ void MainWindow::buildActions() {
         return action;
     };
     QMenu* file = menuBar()->addMenu(tr("&File"));
-    file->setObjectName(QStringLiteral("fileMenu"));  // the edit side adds save, save as, information
+    file->setObjectName(
+        QStringLiteral("fileMenu"));  // the edit side adds save, save as, information
     QAction* open = add(file, tr("&Open..."), QKeySequence::Open, [this] {
         const QStringList paths = QFileDialog::getOpenFileNames(this, tr("Open"));
         if (!paths.isEmpty()) openPaths(paths);
