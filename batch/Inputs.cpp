@@ -27,14 +27,14 @@ void addFolder(const fs::path& folder, bool recursive, std::vector<InputFile>& f
                 continue;
             }
             if (it->is_regular_file(error))
-                files.push_back({folder, it->path().lexically_relative(folder)});
+                files.push_back({folder, it->path().lexically_relative(folder), true});
         }
         return;
     }
     for (auto it = fs::directory_iterator(folder, options, error);
          !error && it != fs::directory_iterator(); it.increment(error))
         if (!hidden(it->path()) && it->is_regular_file(error))
-            files.push_back({folder, it->path().filename()});
+            files.push_back({folder, it->path().filename(), true});
 }
 
 void addFile(const fs::path& path, const fs::path& root, std::vector<InputFile>& files) {

@@ -23,6 +23,10 @@ namespace vivark::batch {
 struct InputFile {
     std::filesystem::path root;
     std::filesystem::path relative;  // "sub/photo.jpg"
+    // Found by walking a folder rather than named or matched by a pattern:
+    // such a file that is no image (a note, a sidecar) is passed over, not
+    // counted as a failure.
+    bool inFolder = false;
     std::filesystem::path path() const { return root / relative; }
 };
 

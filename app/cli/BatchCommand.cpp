@@ -329,6 +329,7 @@ int runBatch(BatchOptions& options, CommandContext& context) {
     for (const batch::InputFile& input : inputs.files) {
         PlannedFile file;
         file.input = input.path();
+        file.inFolder = input.inFolder;
         const fs::path folder =
             besideSource ? file.input.parent_path() : *outDir / input.relative.parent_path();
         const std::string name = expandName(options.name, input.relative, extension);

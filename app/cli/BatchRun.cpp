@@ -111,6 +111,8 @@ FileResult convertFile(const PlannedFile& file, const RunSettings& run) {
     if (!identified.completed) {
         if (interrupted())
             return finish(FileStatus::Interrupted, "interrupted; nothing was written");
+        if (file.inFolder && identified.message == msg::UnrecognizedFormat)
+            return finish(FileStatus::Skipped, "not an image");
         return finish(FileStatus::Failed, loadFailure(identified));
     }
     BudgetShare share(run.budget, memoryEstimate(header));

@@ -32,8 +32,9 @@ struct FileResult {
 struct PlannedFile {
     std::filesystem::path input;
     std::filesystem::path output;
-    bool skip = false;  // with `reason`: already done, or the output exists
-    bool fail = false;  // with `reason`: a name no output may take
+    bool skip = false;      // with `reason`: already done, or the output exists
+    bool fail = false;      // with `reason`: a name no output may take
+    bool inFolder = false;  // found in a folder: a file that is no image is skipped
     std::string reason;
 };
 
