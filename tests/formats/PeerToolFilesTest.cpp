@@ -1,8 +1,10 @@
 // Files that the peer tools (netpbm, ImageMagick, Pillow) write, read by us
 // and compared with the tools' own decoding of the same file: one row per
 // tool and option set, over every family these tools write (SGI, FITS,
-// Photoshop, IFF, MacPaint, GEM, Utah RLE, Microsoft Paint). The pictures
-// are made here, so each row starts from the same image.
+// Photoshop, IFF, MacPaint, GEM, Utah RLE, Microsoft Paint, X bitmap and
+// pixmap, WAP bitmap, X window dump, Sun raster). The pictures are made
+// here, so each row starts from the same image. Our writers' files under
+// options the registry checks do not reach go the other way.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -68,8 +70,8 @@ int worstDifference(const Image& a, const Image& b) {
 
 TEST(PeerToolFiles, OurDecodingEqualsTheToolsOwn) {
     if (std::system("command -v pnmtosgi >/dev/null && command -v ppmtoilbm >/dev/null && "
-                    "command -v pnmtofits >/dev/null && command -v convert-im6.q16 >/dev/null") !=
-        0)
+                    "command -v pnmtofits >/dev/null && command -v xwdtopnm >/dev/null && "
+                    "command -v convert-im6.q16 >/dev/null") != 0)
         GTEST_SKIP() << "netpbm and ImageMagick are needed (scripts/setup.sh)";
     // `make` writes the file "f" from the sources; `decode` prints the
     // tools' decoding of it as PNM. ImageMagick is "im" below.
@@ -133,6 +135,38 @@ TEST(PeerToolFiles, OurDecodingEqualsTheToolsOwn) {
         {"RLEU", "pnmtorle grey.pgm > f", "rletopnm f", 0},
         {"RLEU", "pnmtorle -alpha rgb.ppm > f", "rletopnm f", 0},
         {"MSP ", pillow + "Image.open('bw.pbm').save('f', 'MSP')\"", pillowDecode, 0},
+        // X bitmaps and pixmaps, WAP bitmaps, X window dumps and Sun rasters.
+        {"XBM ", "pbmtoxbm bw.pbm > f", "xbmtopbm f", 0},
+        {"XBM ", "pbmtoxbm -x10 bw.pbm > f", "xbmtopbm f", 0},
+        {"XBM ", im + "bw.pbm xbm:f", "xbmtopbm f", 0},
+        {"XPM ", "ppmtoxpm pal.ppm > f", "xpmtoppm f", 0},
+        {"XPM ", "ppmtoxpm -rgb /usr/share/X11/rgb.txt pal.ppm > f", "xpmtoppm f", 0},
+        {"XPM ", "ppmtoxpm rgb.ppm > f", "xpmtoppm f", 0},
+        {"XPM ", im + "pal.ppm xpm:f", "xpmtoppm f", 0},
+        {"XPM ", im + "rgb.ppm xpm:f", "xpmtoppm f", 0},
+        {"XPM ", im + "bw.pbm xpm:f", "xpmtoppm f", 0},
+        {"WBMP", "pbmtowbmp bw.pbm > f", "wbmptopbm f", 0},
+        {"WBMP", im + "bw.pbm wbmp:f", "wbmptopbm f", 0},
+        {"XWD ", "pnmtoxwd pal.ppm > f", "xwdtopnm f", 0},
+        {"XWD ", "pnmtoxwd -pseudodepth 8 pal.ppm > f", "xwdtopnm f", 0},
+        {"XWD ", "pnmtoxwd bw.pbm > f", "xwdtopnm f", 0},
+        {"XWD ", "pnmtoxwd grey.pgm > f", "xwdtopnm f", 0},
+        // xwdtopnm does not read the direct-colour dumps whose map it leaves
+        // empty; ImageMagick reads them and its own dumps.
+        {"XWD ", "pnmtoxwd -directcolor rgb.ppm > f", im + "xwd:f ppm:-", 0},
+        {"XWD ", im + "rgb.ppm xwd:f", im + "xwd:f ppm:-", 0},
+        {"XWD ", im + "pal.ppm -type Palette xwd:f", im + "xwd:f ppm:-", 0},
+        {"XWD ", im + "bw.pbm xwd:f", im + "xwd:f ppm:-", 0},
+        {"RAS ", "pnmtorast pal.ppm > f", "rasttopnm f", 0},
+        {"RAS ", "pnmtorast -rle pal.ppm > f", "rasttopnm f", 0},
+        {"RAS ", "pnmtorast rgb.ppm > f", "rasttopnm f", 0},
+        {"RAS ", "pnmtorast -rle rgb.ppm > f", "rasttopnm f", 0},
+        {"RAS ", "pnmtorast bw.pbm > f", "rasttopnm f", 0},
+        {"RAS ", "pnmtorast grey.pgm > f", "rasttopnm f", 0},
+        {"RAS ", im + "rgb.ppm sun:f", "rasttopnm f", 0},
+        {"RAS ", im + "rgb.ppm -alpha set sun:f", "rasttopnm f", 0},
+        {"RAS ", im + "pal.ppm -type Palette sun:f", "rasttopnm f", 0},
+        {"RAS ", im + "bw.pbm sun:f", "rasttopnm f", 0},
     };
     TempDir dir;
     writeSources(dir.path());
@@ -141,7 +175,7 @@ TEST(PeerToolFiles, OurDecodingEqualsTheToolsOwn) {
         const std::string cd = "cd '" + dir.path().string() + "' && ";
         std::filesystem::remove(dir / "f");
         ASSERT_EQ(std::system((cd + c.make + " 2>/dev/null").c_str()), 0);
-        const std::string reference = test::commandOutput(cd + c.decode + " 2>/dev/null");
+        const std::string reference = test::commandOutput(cd + "{ " + c.decode + "; } 2>/dev/null");
         ASSERT_FALSE(reference.empty());
         const Image theirs = readFromBytes(reference, makePnmReader);
         Image ours;
@@ -195,6 +229,29 @@ TEST(PeerToolFiles, OurFilesUnderEitherCodingAreReadByTheTools) {
                 EXPECT_TRUE(samePixels(readFromBytes(decoded, makePnmReader), picture));
             }
         }
+    }
+}
+
+TEST(PeerToolFiles, OurRunLengthSunRastersAreReadByNetpbm) {
+    if (std::system("command -v rasttopnm >/dev/null") != 0)
+        GTEST_SKIP() << "netpbm is needed (scripts/setup.sh)";
+    TempDir dir;
+    StoredSaveOptions stored;
+    SaveOptionOverlay options(stored);
+    ASSERT_TRUE(options.setAssignment("RAS\\Encode=yes"));
+    Image runs = patternImage(300, 5, 24);  // rows longer than one run of 256
+    for (uint32_t bits : {1u, 4u, 8u, 24u, 0u}) {
+        SCOPED_TRACE(bits);
+        Image image = bits == 0 ? runs : patternImage(37, 23, bits);
+        if (bits == 1) image.palette[0] = rgb(255, 255, 255), image.palette[1] = rgb(0, 0, 0);
+        // Bytes of 0x80 must be escaped.
+        if (bits == 8) image.palette[0x80] = rgb(1, 2, 3), image.plane.mutableRow(3)[5] = 0x80;
+        const auto file = dir / "rle.ras";
+        saveImage(image, file, *findWriterByExtension("ras"), options);
+        EXPECT_EQ(readWholeFile(file)[23], 2);  // type 2, byte-encoded
+        const Image back = readFromBytes(
+            test::commandOutput("rasttopnm '" + file.string() + "' 2>/dev/null"), makePnmReader);
+        EXPECT_TRUE(samePixels(back, image));
     }
 }
 
