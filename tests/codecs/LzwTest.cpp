@@ -3,6 +3,7 @@
 // and the errors.
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <random>
 #include <vector>
 
@@ -71,6 +72,11 @@ struct RoundTripCase {
     int kind;
     size_t size;
 };
+
+// ctest lists a case by its name, not by its raw bytes.
+void PrintTo(const RoundTripCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class LzwRoundTrip : public ::testing::TestWithParam<RoundTripCase> {};
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -84,6 +85,11 @@ struct InputCase {
     const char* kind;
     size_t size;
 };
+
+// ctest lists a case by its kind and size, not by its raw bytes.
+void PrintTo(const InputCase& c, std::ostream* os) {
+    *os << c.kind << " of " << c.size << " bytes";
+}
 
 class ZipRoundTrip : public ::testing::TestWithParam<InputCase> {};
 
