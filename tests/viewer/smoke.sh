@@ -49,7 +49,9 @@ cp "$root/examples/palette.bmp" "$work/pics/c-palette.bmp"
 # Under the sanitizer build, the X and font libraries keep caches for the
 # life of the process that LeakSanitizer would report at exit; leaks of
 # Vivark's own code are the Qt tests' business, which run with it on.
-export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0}
+# The setting is appended, so it holds even when the caller asks for leak
+# detection (the test command does, for the unit tests).
+export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0"
 export VIVARK_CONFIG_HOME=$work/config VIVARK_LOG=$work/vivark.log TMPDIR=$work XDG_RUNTIME_DIR=$work/run
 
 timeout 45 xvfb-run -a -s "-screen 0 640x480x24" bash "$0" "$view" "$tool" --inner "$work"
