@@ -9,6 +9,8 @@
 // exactly. Throws ZIPERROR.
 #include "codecs/CodeTable.h"
 
+#include <cstring>
+
 #include "codecs/DeflateTables.h"
 #include "core/Errors.h"
 
@@ -83,10 +85,21 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
     // Slots no code reaches (an incomplete set) decode as invalid once as many
     // bits as the longest code are in.
     const uint32_t invalidBits = longest == 0 ? 1 : (longest < rootBits ? longest : rootBits);
-    // A complete set writes every slot; only an incomplete one leaves gaps.
-    if (left > 0)
-        for (uint32_t i = 0; i < rootSize; ++i)
-            table[i] = {static_cast<uint8_t>(invalidBits), CodeEntry::kInvalid, 0};
+    // Codes no longer than the root go into the first 2^length slots, which
+    // are doubled before the next length: a slot's low bits are all a short
+    // code looks at, so the copies are its other slots. Every slot is written
+    // about once and mostly by whole copies; slots no code reaches stay
+    // invalid.
+    table[0] = table[1] = {static_cast<uint8_t>(invalidBits), CodeEntry::kInvalid, 0};
+    uint32_t k = 0;
+    for (uint32_t length = 1, span = 2; length <= rootBits; ++length) {
+        if (length > 1) {
+            std::memcpy(table + span, table, span * sizeof(CodeEntry));
+            span <<= 1;
+        }
+        for (; k < total && set.lengths[sorted[k]] == length; ++k)
+            table[reverseBits(nextCode[length]++, length)] = entryFor(set, sorted[k], length);
+    }
 
     uint32_t used = rootSize;
     uint32_t remaining[kMaxLength + 1];
@@ -95,16 +108,11 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
     CodeEntry* sub = nullptr;
     uint32_t subSize = 0;
 
-    for (uint32_t k = 0; k < total; ++k) {
+    // Longer codes, in sub-tables.
+    for (; k < total; ++k) {
         const uint32_t symbol = sorted[k];
         const uint32_t length = set.lengths[symbol];
         const uint32_t reversed = reverseBits(nextCode[length]++, length);
-        if (length <= rootBits) {
-            const CodeEntry entry = entryFor(set, symbol, length);
-            for (uint32_t i = reversed; i < rootSize; i += 1u << length) table[i] = entry;
-            --remaining[length];
-            continue;
-        }
         const uint32_t prefix = reversed & rootMask;
         if (prefix != currentPrefix) {
             // The narrowest sub-table the codes from here on fill.

@@ -31,6 +31,11 @@ inline uint64_t loadWord(const uint8_t* p) {
     return value;
 }
 
+inline void storeWord(uint8_t* p, uint64_t value) {
+    if constexpr (std::endian::native == std::endian::big) value = __builtin_bswap64(value);
+    std::memcpy(p, &value, sizeof value);
+}
+
 inline uint32_t lowBits(uint64_t value, uint32_t count) {
     return static_cast<uint32_t>(value) & ((1u << count) - 1);
 }
@@ -101,13 +106,16 @@ inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
         // A pattern of 2 to 7 bytes: build a word of it from the settled
         // bytes and store it at steps of whole periods, never loading what
         // was just stored.
+        // The word is built in a register from one load, since bytes stored
+        // one by one and loaded back as a word stall the load.
         static constexpr uint8_t kStep[8] = {0, 0, 8, 6, 8, 5, 6, 7};  // whole periods in 8
-        uint8_t pattern[8] = {};
-        for (uint32_t i = 0; i < distance; ++i) pattern[i] = from[i];
-        for (uint32_t i = distance; i < 8; ++i) pattern[i] = pattern[i - distance];
+        const uint32_t period = 8 * distance;
+        uint64_t pattern = loadWord(from) & ((uint64_t{1} << period) - 1);
+        pattern |= pattern << period;
+        if (distance < 4) pattern |= pattern << (2 * period);
         const uint32_t step = kStep[distance];
         do {
-            std::memcpy(out, pattern, 8);
+            storeWord(out, pattern);
             out += step;
         } while (out < end);
     }
@@ -146,7 +154,12 @@ void ZipDecoder::reset() {
     // Method 8 with a window of at most 32 KiB; FDICT and FLEVEL are not looked at.
     if ((cmf & 0x0F) != 8 || (cmf & 0xF0) > 0x70) throw ZIPERROR::BadMethod;
 
-    std::memset(buffer_.get(), 0, kHistory);
+    // Only a slide writes into the history; a stream that never slid (every
+    // strip of a few rows) leaves it zeroed for the next one.
+    if (historyDirty_) {
+        std::memset(buffer_.get(), 0, kHistory);
+        historyDirty_ = false;
+    }
     out_ = read_ = buffer_.get() + kHistory;
     adler_.reset();
     lastBlock_ = false;
@@ -224,6 +237,7 @@ void ZipDecoder::slide() {
     // Keep the last 32768 bytes as history; the pending bytes lie within them.
     const size_t shift = static_cast<size_t>(out_ - buffer_.get()) - kHistory;
     std::memmove(buffer_.get(), buffer_.get() + shift, kHistory);
+    historyDirty_ = true;
     out_ -= shift;
     read_ -= shift;
 }

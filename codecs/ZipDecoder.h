@@ -77,6 +77,7 @@ class ZipDecoder final : public StreamDecoder {
     uint32_t bitCount_ = 0;
     const uint8_t* windowStart_ = nullptr;  // first byte of the source's current window
     Adler32 adler_;
+    bool historyDirty_ = false;  // the history holds a slid stream's bytes
     bool lastBlock_ = true;
     bool headerNeeded_ = true;
     uint32_t blockType_ = 0;

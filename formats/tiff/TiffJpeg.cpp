@@ -96,6 +96,14 @@ TiffJpegDecoder::TiffJpegDecoder(const TiffPageInfo& info, uint32_t rowBytes)
 
 TiffJpegDecoder::~TiffJpegDecoder() = default;
 
+bool TiffJpegDecoder::writesBgr() {
+#ifdef JCS_EXTENSIONS
+    return true;
+#else
+    return false;
+#endif
+}
+
 void TiffJpegDecoder::start(std::span<const uint8_t> coded, uint32_t columns, uint32_t rows) {
     State& s = *state_;
     jpeg_decompress_struct& c = s.decompressor.cinfo;
@@ -118,6 +126,9 @@ void TiffJpegDecoder::start(std::span<const uint8_t> coded, uint32_t columns, ui
         c.jpeg_color_space = JCS_RGB;
         c.out_color_space = JCS_RGB;
     }
+#ifdef JCS_EXTENSIONS
+    if (c.out_color_space == JCS_RGB) c.out_color_space = JCS_EXT_BGR;
+#endif
     guarded(s.decompressor.state, [&] { jpeg_start_decompress(&c); });
     s.started = true;
     s.scanline.assign(size_t{c.output_width} * c.output_components + 8, 0);
@@ -132,9 +143,17 @@ void TiffJpegDecoder::decode(uint8_t* buffer, size_t length) {
             std::memset(row, 0, s.rowBytes);
             continue;
         }
-        JSAMPROW line = s.scanline.data();
-        guarded(s.decompressor.state, [&] { jpeg_read_scanlines(&c, &line, 1); });
-        const size_t n = std::min<size_t>(s.rowBytes, size_t{c.output_width} * c.output_components);
+        // A row of the strip's own width goes where it belongs; one of
+        // another width (a stream that disagrees with the tags) is cut or
+        // padded through the scanline buffer.
+        const size_t decoded = size_t{c.output_width} * c.output_components;
+        const bool inPlace = decoded == s.rowBytes;
+        JSAMPROW line = inPlace ? row : s.scanline.data();
+        JDIMENSION got = 0;
+        guarded(s.decompressor.state, [&] { got = jpeg_read_scanlines(&c, &line, 1); });
+        if (got == 0) std::memset(line, 0, inPlace ? s.rowBytes : decoded);
+        if (inPlace) continue;
+        const size_t n = std::min<size_t>(s.rowBytes, decoded);
         std::memcpy(row, s.scanline.data(), n);
         if (n < s.rowBytes) std::memset(row + n, 0, s.rowBytes - n);
     }

@@ -213,9 +213,14 @@ void TiffReader::readInto(Image& image, const ReadOptions& options) {
             startChunk(grid.width, rowsHere);
             planes[0] = band.data();
             for (uint32_t u = 0; u < unitsHere; ++u) {
-                decoder_->decode(band.data(), static_cast<size_t>(chunkRowBytes));
                 const uint32_t y = top + u * unitRows;
-                writer.write(y, planes.data());
+                // Rows already in the Image's form are decoded into it.
+                if (uint8_t* direct = writer.directRow(y)) {
+                    decoder_->decode(direct, static_cast<size_t>(chunkRowBytes));
+                } else {
+                    decoder_->decode(band.data(), static_cast<size_t>(chunkRowBytes));
+                    writer.write(y, planes.data());
+                }
                 report(std::min(unitRows, layout.height - y));
             }
             continue;

@@ -11,6 +11,7 @@
 #include "core/RowOps.h"
 #include "core/pixels/Samples.h"
 #include "formats/tiff/TiffFormat.h"
+#include "formats/tiff/TiffJpeg.h"
 
 namespace vivark {
 namespace {
@@ -133,8 +134,10 @@ TiffSampleLayout tiffSampleLayout(const TiffPageInfo& info, bool bigEndian) {
     }
     // The fax decoder hands out rows 1 = black whatever the photometric value.
     if (isFax(info.compression)) l.photometric = 0;
-    // The JPEG library hands out colour as RGB and grey as grey.
+    // The JPEG library hands out colour as RGB (blue first where it can, as
+    // the Image keeps it) and grey as grey.
     if (isJpeg(info.compression) && photometric == 6) l.photometric = 2;
+    l.bgr = isJpeg(info.compression) && l.photometric == 2 && TiffJpegDecoder::writesBgr();
     return l;
 }
 
@@ -150,6 +153,10 @@ TiffRowWriter::TiffRowWriter(const TiffSampleLayout& layout, const TiffPageInfo&
       image_(image),
       outBits_(outputBits(layout, info.orientation)),
       indices_(layout.colourSamples == 1 && layout.samples == 1 && layout.bits <= 8),
+      // Only the JPEG library's rows are taken this way: it writes exactly a
+      // row's bytes, where other decoders may run a few bytes past the end.
+      asStored_(isJpeg(info.compression) && layout.bits == 8 && !layout.predictor &&
+                ((indices_ && outBits_ == 8) || (layout.bgr && layout.samples == 3))),
       orientation_(Orientation::of(info.orientation)),
       rows_((image.plane = orientation_.swap
                                ? PixelPlane(layout.height, layout.width, outBits_, false)
@@ -196,6 +203,10 @@ TiffRowWriter::TiffRowWriter(const TiffSampleLayout& layout, const TiffPageInfo&
     pixels_.resize(size_t{w} * 3 + 8);
     extra_.resize(std::max<size_t>(size_t{w} * 4, 4096 * sizeof(float)) + 8);
     if (layout.planar) chunky_.resize(samples);
+}
+
+uint8_t* TiffRowWriter::directRow(uint32_t y) {
+    return asStored_ ? rows_.directRow(y) : nullptr;
 }
 
 void TiffRowWriter::finish() {
@@ -336,7 +347,10 @@ void TiffRowWriter::placeColour(uint32_t y, const uint8_t* s) {
     };
     switch (layout_.photometric) {
         case 2:
-            swapRedBlue(compact(3), out, w);
+            if (layout_.bgr)
+                std::memcpy(out, compact(3), size_t{w} * 3);
+            else
+                swapRedBlue(compact(3), out, w);
             break;
         case 5:
             cmykToBgr(compact(4), out, w, false);

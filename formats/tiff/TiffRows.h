@@ -29,6 +29,7 @@ struct TiffSampleLayout {
     bool bigEndian = false;          // 16- and 32-bit samples' byte order
     bool planar = false;             // one plane per sample
     bool predictor = false;          // horizontal differencing to undo
+    bool bgr = false;                // colour arrives blue, green, red (the JPEG library's order)
     uint32_t subH = 1, subV = 1;     // YCbCr blocks (1, 1 when not subsampled)
 
     // Bytes of one stored row of `columns` pixels of one plane (or of one row
@@ -50,6 +51,10 @@ class TiffRowWriter {
     // The depth the Image gets for a layout and orientation.
     static uint32_t outputBits(const TiffSampleLayout& layout, uint32_t orientation);
 
+    // Where stored row y may be decoded straight into the Image, when its
+    // stored form is already the Image's (no predictor, no conversion, no
+    // turning); null otherwise. Such a row needs no write().
+    uint8_t* directRow(uint32_t y);
     // Writes stored rows y.. of one unit; `planes[p]` is plane p's row (only
     // planes[0] when chunky). The rows are changed in place (predictor).
     void write(uint32_t y, uint8_t* const* planes);
@@ -66,7 +71,8 @@ class TiffRowWriter {
     TiffSampleLayout layout_;
     Image& image_;
     uint32_t outBits_;
-    bool indices_;  // grey or palette samples kept as indices (one sample of 8 bits or less)
+    bool indices_;   // grey or palette samples kept as indices (one sample of 8 bits or less)
+    bool asStored_;  // JPEG rows that are the Image's rows as they stand
     Orientation orientation_;
     OrientedRows rows_;
     Image alpha_;

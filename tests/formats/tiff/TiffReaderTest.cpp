@@ -87,6 +87,7 @@ constexpr ToolCase kToolCases[] = {
      2},
     {"jpeg rgb strips", "tiffcp -c jpeg:r -r 16 base.tif out.tif", Reference::Rgba, 2},
     {"jpeg tiles", "tiffcp -c jpeg -t -w 16 -l 16 base.tif out.tif", Reference::Rgba, 2},
+    {"jpeg grey strips", "tiffcp -c jpeg -r 16 grey.tif out.tif", Reference::Netpbm, 1},
     {"ycbcr subsampled uncompressed",
      "convert-im6.q16 src.ppm -compress JPEG t.tif && tiffcp -c none t.tif out.tif",
      Reference::Rgba, 2},
