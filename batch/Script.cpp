@@ -13,37 +13,37 @@ namespace {
 using K = KeyKind;
 constexpr double kExtent = 2147483647.0;
 
-constexpr KeySpec kMirror[] = {
+constexpr KeyRule kMirror[] = {
     {"direction", K::Word, 0, 0, {"horizontal", "vertical"}, "horizontal"}};
-constexpr KeySpec kRotate[] = {{"angle", K::Integer, -32767, 32767, {}, "0"},
+constexpr KeyRule kRotate[] = {{"angle", K::Integer, -32767, 32767, {}, "0"},
                                {"resample", K::Boolean, 0, 0, {}, "yes"}};
-constexpr KeySpec kResize[] = {{"height", K::Integer, 0, kExtent, {}, "0"},
+constexpr KeyRule kResize[] = {{"height", K::Integer, 0, kExtent, {}, "0"},
                                {"letterbox", K::Boolean, 0, 0, {}, "no"},
                                {"proportional", K::Boolean, 0, 0, {}, "yes"},
                                {"resample", K::Boolean, 0, 0, {}, "yes"},
                                {"width", K::Integer, 0, kExtent, {}, "0"}};
-constexpr KeySpec kCrop[] = {{"bottom", K::Integer, 0, kExtent, {}, "0"},
+constexpr KeyRule kCrop[] = {{"bottom", K::Integer, 0, kExtent, {}, "0"},
                              {"height", K::Integer, 0, kExtent, {}, "0"},
                              {"left", K::Integer, 0, kExtent, {}, "0"},
                              {"width", K::Integer, 0, kExtent, {}, "0"}};
-constexpr KeySpec kBcc[] = {{"brightness", K::Integer, -100, 100, {}, "0"},
+constexpr KeyRule kBcc[] = {{"brightness", K::Integer, -100, 100, {}, "0"},
                             {"color", K::Integer, -100, 100, {}, "0"},
                             {"contrast", K::Integer, -100, 100, {}, "0"}};
-constexpr KeySpec kRgb[] = {{"blue", K::Integer, -100, 100, {}, "0"},
+constexpr KeyRule kRgb[] = {{"blue", K::Integer, -100, 100, {}, "0"},
                             {"green", K::Integer, -100, 100, {}, "0"},
                             {"red", K::Integer, -100, 100, {}, "0"}};
-constexpr KeySpec kGamma[] = {{"gamma", K::Decimal, 0.05, 20, {}, "1"}};
-constexpr KeySpec kBlackWhite[] = {{"threshold", K::Integer, 0, 256, {}, "128"}};
-constexpr KeySpec kIndexed[] = {
+constexpr KeyRule kGamma[] = {{"gamma", K::Decimal, 0.05, 20, {}, "1"}};
+constexpr KeyRule kBlackWhite[] = {{"threshold", K::Integer, 0, 256, {}, "128"}};
+constexpr KeyRule kIndexed[] = {
     {"colors", K::Integer, 2, 256, {}, "256"},
     {"dither", K::Word, 0, 0, {"none", "ordered", "diffusion"}, "diffusion"},
     {"palette", K::Word, 0, 0, {"adaptive", "system", "884", "676", "666"}, "adaptive"}};
-constexpr KeySpec kStrength[] = {{"strength", K::Integer, 1, 100, {}, "50"}};
-constexpr KeySpec kFilter[] = {{"filename", K::Text}};
-constexpr KeySpec kFileFormat[] = {{"filetype", K::Text}};
-constexpr KeySpec kOutputDir[] = {{"dirname", K::Text},
+constexpr KeyRule kStrength[] = {{"strength", K::Integer, 1, 100, {}, "50"}};
+constexpr KeyRule kFilter[] = {{"filename", K::Text}};
+constexpr KeyRule kFileFormat[] = {{"filetype", K::Text}};
+constexpr KeyRule kOutputDir[] = {{"dirname", K::Text},
                                   {"useoriginaldir", K::Boolean, 0, 0, {}, "no"}};
-constexpr KeySpec kResolution[] = {{"horizontal", K::Integer, 1, 10000000, {}, "72"},
+constexpr KeyRule kResolution[] = {{"horizontal", K::Integer, 1, 10000000, {}, "72"},
                                    {"unit", K::Word, 0, 0, {"metric", "english"}, "english"},
                                    {"vertical", K::Integer, 1, 10000000, {}, "72"}};
 
@@ -78,15 +78,15 @@ bool sameText(std::string_view a, std::string_view b) {
 }
 
 // The value in the form settings keep, or nothing when the key refuses it.
-std::optional<std::string> accepted(const KeySpec& spec, std::string_view value) {
+std::optional<std::string> accepted(const KeyRule& rule, std::string_view value) {
     if (value.empty()) return std::nullopt;
-    switch (spec.kind) {
+    switch (rule.kind) {
         case K::Integer: {
             int64_t number = 0;
             const auto [end, error] =
                 std::from_chars(value.data(), value.data() + value.size(), number);
             if (error != std::errc() || end != value.data() + value.size()) return std::nullopt;
-            if (double(number) < spec.low || double(number) > spec.high) return std::nullopt;
+            if (double(number) < rule.low || double(number) > rule.high) return std::nullopt;
             return std::to_string(number);
         }
         case K::Decimal: {
@@ -94,7 +94,7 @@ std::optional<std::string> accepted(const KeySpec& spec, std::string_view value)
             const auto [end, error] =
                 std::from_chars(value.data(), value.data() + value.size(), number);
             if (error != std::errc() || end != value.data() + value.size() ||
-                !std::isfinite(number) || number < spec.low || number > spec.high)
+                !std::isfinite(number) || number < rule.low || number > rule.high)
                 return std::nullopt;
             return std::string(value);
         }
@@ -103,7 +103,7 @@ std::optional<std::string> accepted(const KeySpec& spec, std::string_view value)
             if (sameText(value, "no")) return "no";
             return std::nullopt;
         case K::Word:
-            for (const std::string_view word : spec.words)
+            for (const std::string_view word : rule.words)
                 if (!word.empty() && sameText(value, word)) return std::string(word);
             return std::nullopt;
         case K::Text:
@@ -130,16 +130,16 @@ const OperationRow* findSection(std::string_view section) {
     return nullptr;
 }
 
-const KeySpec* findKey(const OperationRow& row, std::string_view key) {
-    for (const KeySpec& spec : row.keys)
-        if (sameText(spec.key, key)) return &spec;
+const KeyRule* findKey(const OperationRow& row, std::string_view key) {
+    for (const KeyRule& rule : row.keys)
+        if (sameText(rule.key, key)) return &rule;
     return nullptr;
 }
 
 Parameters initialSettings(OperationId id) {
     Parameters settings;
     if (const OperationRow* row = findOperation(id))
-        for (const KeySpec& spec : row->keys) settings[std::string(spec.key)] = spec.initial;
+        for (const KeyRule& rule : row->keys) settings[std::string(rule.key)] = rule.initial;
     return settings;
 }
 
@@ -148,10 +148,10 @@ std::vector<std::string> readStep(const Step& step, Parameters& settings) {
     const OperationRow* row = findOperation(step.id);
     if (!row) return left;
     for (const auto& [key, value] : step.parameters) {
-        const KeySpec* spec = findKey(*row, key);
-        const auto value_ = spec ? accepted(*spec, value) : std::nullopt;
+        const KeyRule* rule = findKey(*row, key);
+        const auto value_ = rule ? accepted(*rule, value) : std::nullopt;
         if (value_)
-            settings[std::string(spec->key)] = *value_;
+            settings[std::string(rule->key)] = *value_;
         else
             left.push_back(key);
     }
@@ -161,10 +161,10 @@ std::vector<std::string> readStep(const Step& step, Parameters& settings) {
 Step writeStep(OperationId id, const Parameters& settings) {
     Step step{id, {}};
     if (const OperationRow* row = findOperation(id))
-        for (const KeySpec& spec : row->keys) {
-            const auto found = settings.find(std::string(spec.key));
-            step.parameters[std::string(spec.key)] =
-                found != settings.end() ? found->second : std::string(spec.initial);
+        for (const KeyRule& rule : row->keys) {
+            const auto found = settings.find(std::string(rule.key));
+            step.parameters[std::string(rule.key)] =
+                found != settings.end() ? found->second : std::string(rule.initial);
         }
     return step;
 }
@@ -200,13 +200,13 @@ std::optional<Step> parseStep(std::string_view line, std::string& problem) {
         const std::string_view value =
             equals == std::string_view::npos ? "" : item.substr(equals + 1);
         if (!item.empty()) {
-            const KeySpec* spec = findKey(*row, key);
-            if (!spec) {
+            const KeyRule* rule = findKey(*row, key);
+            if (!rule) {
                 problem = std::string(row->section) + " has no key '" + std::string(key) + "'";
                 return std::nullopt;
             }
-            if (!step.parameters.emplace(std::string(spec->key), std::string(value)).second) {
-                problem = "key '" + std::string(spec->key) + "' given twice";
+            if (!step.parameters.emplace(std::string(rule->key), std::string(value)).second) {
+                problem = "key '" + std::string(rule->key) + "' given twice";
                 return std::nullopt;
             }
         }

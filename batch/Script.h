@@ -72,7 +72,7 @@ enum class KeyKind { Integer, Decimal, Boolean, Word, Text };
 
 // One key of an operation: its kind, the range of a number or the words it
 // takes, and the value an operation's settings start with.
-struct KeySpec {
+struct KeyRule {
     std::string_view key;
     KeyKind kind;
     double low = 0;
@@ -85,7 +85,7 @@ struct OperationRow {
     OperationId id;
     std::string_view section;
     std::string_view title;
-    std::span<const KeySpec> keys;
+    std::span<const KeyRule> keys;
 };
 
 // The nineteen rows in lookup order: FileFormat, OutputDir, Mirror ... Resolution.
@@ -95,7 +95,7 @@ const OperationRow* findOperation(OperationId id);
 // The first row whose section name matches, ignoring case; null when none does.
 const OperationRow* findSection(std::string_view section);
 // The key of `row` named `key`, ignoring case; null when it has no such key.
-const KeySpec* findKey(const OperationRow& row, std::string_view key);
+const KeyRule* findKey(const OperationRow& row, std::string_view key);
 
 // Every key of the operation at its initial value.
 Parameters initialSettings(OperationId id);

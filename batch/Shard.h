@@ -15,7 +15,7 @@
 //   with a step such as "0-9:2" are refused by the count check);
 // - a Kubernetes Indexed Job: JOB_COMPLETION_INDEX (from 0) gives K; the Job
 //   does not tell its pods their count, so it comes from --shard-count or
-//   else VIVARK_SHARD_COUNT (set it in the manifest to .spec.completions).
+//   else VIVARK_SHARD_COUNT (set it in the manifest to the job's completions).
 #pragma once
 
 #include <cstdint>
