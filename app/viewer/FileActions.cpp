@@ -1,6 +1,8 @@
 // Trash, rename, copy and move of the viewed file; see FileActions.h.
 #include "app/viewer/FileActions.h"
 
+#include <optional>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -34,14 +36,23 @@ FileActionOutcome renameFile(const QString& path, const QString& newName) {
     return {FileActionResult::Done, target, {}};
 }
 
+// Makes way for `path` in `folder`: the outcome that ends the action when
+// the target is the file itself, exists and may not be replaced, or cannot
+// be removed; nothing when the way is clear.
+static std::optional<FileActionOutcome> clearTarget(const QString& path, const QString& target,
+                                                    bool overwrite) {
+    if (QFileInfo(target) == QFileInfo(path))
+        return FileActionOutcome{FileActionResult::TargetExists, target, {}};
+    if (!QFileInfo::exists(target)) return std::nullopt;
+    if (!overwrite) return FileActionOutcome{FileActionResult::TargetExists, target, {}};
+    QFile old(target);
+    if (!old.remove()) return failed(old);
+    return std::nullopt;
+}
+
 FileActionOutcome copyToFolder(const QString& path, const QString& folder, bool overwrite) {
     const QString target = targetIn(path, folder);
-    if (QFileInfo(target) == QFileInfo(path)) return {FileActionResult::TargetExists, target, {}};
-    if (QFileInfo::exists(target)) {
-        if (!overwrite) return {FileActionResult::TargetExists, target, {}};
-        QFile old(target);
-        if (!old.remove()) return failed(old);
-    }
+    if (auto stop = clearTarget(path, target, overwrite)) return *stop;
     QFile file(path);
     if (!file.copy(target)) return failed(file);
     return {FileActionResult::Done, target, {}};
@@ -49,12 +60,7 @@ FileActionOutcome copyToFolder(const QString& path, const QString& folder, bool 
 
 FileActionOutcome moveToFolder(const QString& path, const QString& folder, bool overwrite) {
     const QString target = targetIn(path, folder);
-    if (QFileInfo(target) == QFileInfo(path)) return {FileActionResult::TargetExists, target, {}};
-    if (QFileInfo::exists(target)) {
-        if (!overwrite) return {FileActionResult::TargetExists, target, {}};
-        QFile old(target);
-        if (!old.remove()) return failed(old);
-    }
+    if (auto stop = clearTarget(path, target, overwrite)) return *stop;
     // QFile::rename copies and removes when the folders are on different
     // file systems.
     QFile file(path);
