@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/Errors.h"
+#include "formats/ByteRuns.h"
 #include "formats/gem/GemFormat.h"
 #include "formats/gem/GemWriter.h"
 
@@ -24,36 +25,24 @@ bool isDark(Colour c) {
     return (c & 0xFF) + (c >> 8 & 0xFF) + (c >> 16 & 0xFF) < 384;
 }
 
+// Runs of 0 or FF bytes are solid runs of any length (at most 127), others
+// one-byte pattern runs of three or more.
 void codeLine(const uint8_t* line, size_t length, std::vector<uint8_t>& out) {
-    size_t i = 0, literalStart = 0;
-    auto flushLiteral = [&](size_t end) {
-        while (literalStart < end) {
-            const size_t n = std::min<size_t>(255, end - literalStart);
-            out.push_back(0x80);
-            out.push_back(static_cast<uint8_t>(n));
-            out.insert(out.end(), line + literalStart, line + literalStart + n);
-            literalStart += n;
-        }
-    };
-    while (i < length) {
-        const uint8_t b = line[i];
-        const bool solid = b == 0x00 || b == 0xFF;
-        const size_t limit = solid ? 127 : 255;
-        size_t run = 1;
-        while (i + run < length && run < limit && line[i + run] == b) ++run;
-        if (solid || run >= 3) {
-            flushLiteral(i);
-            if (solid)
-                out.push_back(static_cast<uint8_t>((b & 0x80) | run));
+    auto solid = [](uint8_t b) { return b == 0x00 || b == 0xFF; };
+    splitByteRuns(
+        line, length, [&](uint8_t b) -> size_t { return solid(b) ? 1 : 3; },
+        [&](uint8_t b) -> size_t { return solid(b) ? 127 : 255; },
+        [&](uint8_t b, size_t count) {
+            if (solid(b))
+                out.push_back(static_cast<uint8_t>((b & 0x80) | count));
             else
-                out.insert(out.end(), {0x00, static_cast<uint8_t>(run), b});
-            i += run;
-            literalStart = i;
-        } else {
-            i += run;
-        }
-    }
-    flushLiteral(length);
+                out.insert(out.end(), {0x00, static_cast<uint8_t>(count), b});
+        },
+        [&](const uint8_t* bytes, size_t count) {
+            out.push_back(0x80);
+            out.push_back(static_cast<uint8_t>(count));
+            out.insert(out.end(), bytes, bytes + count);
+        });
 }
 
 }  // namespace

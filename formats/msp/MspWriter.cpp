@@ -10,6 +10,7 @@
 
 #include "core/ByteOrder.h"
 #include "core/Errors.h"
+#include "formats/ByteRuns.h"
 #include "formats/msp/MspFormat.h"
 #include "formats/msp/MspWriter.h"
 
@@ -20,29 +21,17 @@ bool isDark(Colour c) {
     return (c & 0xFF) + (c >> 8 & 0xFF) + (c >> 16 & 0xFF) < 384;
 }
 
+// Runs of three or more bytes: 0, count, byte; literals: length, bytes.
 void codeRow(const uint8_t* row, size_t length, std::vector<uint8_t>& out) {
-    size_t i = 0, literalStart = 0;
-    auto flushLiteral = [&](size_t end) {
-        while (literalStart < end) {
-            const size_t n = std::min<size_t>(255, end - literalStart);
-            out.push_back(static_cast<uint8_t>(n));
-            out.insert(out.end(), row + literalStart, row + literalStart + n);
-            literalStart += n;
-        }
-    };
-    while (i < length) {
-        size_t run = 1;
-        while (i + run < length && run < 255 && row[i + run] == row[i]) ++run;
-        if (run >= 3) {
-            flushLiteral(i);
-            out.insert(out.end(), {0, static_cast<uint8_t>(run), row[i]});
-            i += run;
-            literalStart = i;
-        } else {
-            i += run;
-        }
-    }
-    flushLiteral(length);
+    splitByteRuns(
+        row, length, [](uint8_t) -> size_t { return 3; }, [](uint8_t) -> size_t { return 255; },
+        [&](uint8_t b, size_t count) {
+            out.insert(out.end(), {0, static_cast<uint8_t>(count), b});
+        },
+        [&](const uint8_t* bytes, size_t count) {
+            out.push_back(static_cast<uint8_t>(count));
+            out.insert(out.end(), bytes, bytes + count);
+        });
 }
 
 }  // namespace
