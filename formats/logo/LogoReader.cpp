@@ -9,6 +9,7 @@
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "formats/IdentifySupport.h"
+#include "formats/ReadRows.h"
 #include "formats/logo/LogoReader.h"
 
 namespace vivark {
@@ -32,19 +33,15 @@ class BootLogoReader final : public ImageReader {
         std::vector<uint8_t> planes(3 * size_t{kBootLogoPlaneBytes});
         file.read(planes.data(), planes.size());
         Image result(width, height, 24, false);
-        for (uint32_t y = 0; y < height; ++y) {
-            uint8_t* row = result.plane.mutableRow(y);
+        readRowsTopFirst(result, options.progress, [&](uint32_t y, uint8_t* row) {
             const size_t at = size_t{y} * width;
             for (uint32_t x = 0; x < width; ++x) {
                 row[3 * x] = planes[2 * size_t{kBootLogoPlaneBytes} + at + x];
                 row[3 * x + 1] = planes[kBootLogoPlaneBytes + at + x];
                 row[3 * x + 2] = planes[at + x];
             }
-            if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
-        }
-        result.formatTag = makeTag("LOGO");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        });
+        handOverImage(image, std::move(result), makeTag("LOGO"));
     }
 };
 

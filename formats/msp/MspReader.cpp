@@ -19,6 +19,7 @@
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "formats/IdentifySupport.h"
+#include "formats/ReadRows.h"
 #include "formats/msp/MspReader.h"
 
 namespace vivark {
@@ -68,18 +69,14 @@ class MspReader final : public ImageReader {
             return;
         }
         Image result(width, height, 1, false);
-        result.palette[0] = rgb(0, 0, 0);
-        result.palette[1] = rgb(255, 255, 255);
-        result.paletteCount = 2;
-        const uint8_t lastMask = static_cast<uint8_t>(0xFF00u >> ((width - 1) % 8 + 1));
+        result.setGreyPalette(1);
         std::vector<uint8_t> map, coded;
         if (version2) {
             map.resize(size_t{height} * 2);
             file.read(map.data(), map.size());
             coded.resize(0x10000);
         }
-        for (uint32_t y = 0; y < height; ++y) {
-            uint8_t* row = result.plane.mutableRow(y);
+        readRowsTopFirst(result, options.progress, [&](uint32_t y, uint8_t* row) {
             if (version2) {
                 const size_t codedLength = loadLE16(&map[size_t{y} * 2]);
                 file.read(coded.data(), codedLength);
@@ -88,12 +85,8 @@ class MspReader final : public ImageReader {
             } else {
                 file.read(row, rowBytes);
             }
-            row[rowBytes - 1] &= lastMask;
-            if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
-        }
-        result.formatTag = makeTag("MSP ");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        });
+        handOverImage(image, std::move(result), makeTag("MSP "));
     }
 };
 

@@ -12,6 +12,7 @@
 #include "core/FormatTag.h"
 #include "core/pixels/Samples.h"
 #include "formats/IdentifySupport.h"
+#include "formats/ReadRows.h"
 #include "formats/picb/PicbReader.h"
 
 namespace vivark {
@@ -46,17 +47,9 @@ class PicbReader final : public ImageReader {
             paletteFromRgb(map, colours, result.palette);
             result.paletteCount = colours;
         }
-        const uint32_t usedBits = (width * bits) % 8;
-        const uint8_t lastMask = usedBits == 0 ? 0xFF : static_cast<uint8_t>(0xFF00u >> usedBits);
-        for (uint32_t y = 0; y < height; ++y) {
-            uint8_t* row = result.plane.mutableRow(y);
-            file.read(row, rowBytes);
-            row[rowBytes - 1] &= lastMask;
-            if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
-        }
-        result.formatTag = makeTag("PICB");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        readRowsTopFirst(result, options.progress,
+                         [&](uint32_t, uint8_t* row) { file.read(row, rowBytes); });
+        handOverImage(image, std::move(result), makeTag("PICB"));
     }
 };
 

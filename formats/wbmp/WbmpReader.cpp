@@ -12,6 +12,7 @@
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "formats/IdentifySupport.h"
+#include "formats/ReadRows.h"
 #include "formats/wbmp/WbmpReader.h"
 
 namespace vivark {
@@ -45,20 +46,11 @@ class WbmpReader final : public ImageReader {
             return;
         }
         Image result(width, height, 1, false);
-        result.palette[0] = rgb(0, 0, 0);
-        result.palette[1] = rgb(255, 255, 255);
-        result.paletteCount = 2;
+        result.setGreyPalette(1);
         const size_t rowBytes = (size_t{width} + 7) / 8;
-        const uint8_t lastMask = static_cast<uint8_t>(0xFF00u >> ((width - 1) % 8 + 1));
-        for (uint32_t y = 0; y < height; ++y) {
-            uint8_t* row = result.plane.mutableRow(y);
-            file.read(row, rowBytes);
-            row[rowBytes - 1] &= lastMask;
-            if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
-        }
-        result.formatTag = makeTag("WBMP");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        readRowsTopFirst(result, options.progress,
+                         [&](uint32_t, uint8_t* row) { file.read(row, rowBytes); });
+        handOverImage(image, std::move(result), makeTag("WBMP"));
     }
 };
 
