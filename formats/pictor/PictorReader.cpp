@@ -39,6 +39,7 @@
 #include "core/FormatTag.h"
 #include "core/RowOps.h"
 #include "formats/IdentifySupport.h"
+#include "formats/PcColours.h"
 #include "formats/pictor/PictorReader.h"
 
 namespace vivark {
@@ -51,9 +52,6 @@ Colour egaColour(uint8_t number) {
 }
 
 namespace {
-
-// The EGA colour numbers of the PC's sixteen colours (brown for dark yellow).
-constexpr uint8_t kPcColours[16] = {0, 1, 2, 3, 4, 5, 20, 7, 56, 57, 58, 59, 60, 61, 62, 63};
 
 // The bytes of the picture, decoded from the blocks into `raw`.
 void readBlocks(InFile& file, uint32_t blocks, std::vector<uint8_t>& raw) {
@@ -177,9 +175,9 @@ class PictorReader final : public ImageReader {
                     static_cast<uint8_t>(base + (second ? 3 : 2)),
                     static_cast<uint8_t>(base + (second ? 5 : 4)),
                     static_cast<uint8_t>(second ? base + 7 : (bright ? 14 : 6))};
-                palette[0] = egaColour(kPcColours[map[1] & 15]);
+                palette[0] = kPcColours[map[1] & 15];
                 for (uint32_t i = 1; i < 4 && i < entries; ++i)
-                    palette[i] = egaColour(kPcColours[colours[i - 1]]);
+                    palette[i] = kPcColours[colours[i - 1]];
                 return;
             }
             case pictorPalette::Pcjr:
@@ -187,8 +185,8 @@ class PictorReader final : public ImageReader {
                 if (length > entries) throw PICERROR::ColourMapTooLarge;
                 for (uint32_t i = 0; i < entries; ++i) {
                     const uint8_t n = i < length ? map[i] : 0;
-                    palette[i] = type == pictorPalette::Pcjr ? egaColour(kPcColours[n & 15])
-                                                             : egaColour(n & 63);
+                    palette[i] =
+                        type == pictorPalette::Pcjr ? kPcColours[n & 15] : egaColour(n & 63);
                 }
                 if (length == 0) break;  // an empty map: the default below
                 return;
@@ -210,10 +208,9 @@ class PictorReader final : public ImageReader {
             palette[0] = rgb(0, 0, 0);
             palette[1] = rgb(255, 255, 255);
         } else if (total == 2) {
-            for (uint32_t i = 0; i < 4; ++i)
-                palette[i] = egaColour(kPcColours[i == 0 ? 0 : 9 + 2 * i]);
+            for (uint32_t i = 0; i < 4; ++i) palette[i] = kPcColours[i == 0 ? 0 : 9 + 2 * i];
         } else if (total <= 4) {
-            for (uint32_t i = 0; i < 16; ++i) palette[i] = egaColour(kPcColours[i]);
+            for (uint32_t i = 0; i < 16; ++i) palette[i] = kPcColours[i];
         } else {
             result.setGreyPalette();
         }

@@ -30,16 +30,11 @@
 #include "core/FormatTag.h"
 #include "core/RowOps.h"
 #include "formats/IdentifySupport.h"
+#include "formats/PcColours.h"
 #include "formats/wpg/WpgReader.h"
 
 namespace vivark {
 namespace {
-
-constexpr Colour kEgaColours[16] = {
-    rgb(0, 0, 0),     rgb(0, 0, 170),    rgb(0, 170, 0),    rgb(0, 170, 170),
-    rgb(170, 0, 0),   rgb(170, 0, 170),  rgb(170, 85, 0),   rgb(170, 170, 170),
-    rgb(85, 85, 85),  rgb(85, 85, 255),  rgb(85, 255, 85),  rgb(85, 255, 255),
-    rgb(255, 85, 85), rgb(255, 85, 255), rgb(255, 255, 85), rgb(255, 255, 255)};
 
 // Fills rows of `rowBytes` from the run-length code and hands each complete
 // row to `emit`; stops once `rows` rows are out.
@@ -143,8 +138,7 @@ class WpgReader final : public ImageReader {
         } else if (bits == 8) {
             result.setGreyPalette();
         } else {
-            std::copy(std::begin(kEgaColours), std::end(kEgaColours),
-                      result.palette.entries.begin());
+            std::copy(std::begin(kPcColours), std::end(kPcColours), result.palette.entries.begin());
             result.paletteCount = 1u << bits;
         }
         std::vector<uint8_t> indices(bits == 2 ? width : 0);
