@@ -21,10 +21,14 @@ namespace vivark {
 
 class SaveOptions;
 
-using WriteFunction = void (*)(const Image&, OutFile&, const SaveOptions&, ProgressCallback*);
+// A writer's signature; a family with several writers may declare them as
+// `WriteSignature writeThing;`.
+using WriteSignature = void(const Image&, OutFile&, const SaveOptions&, ProgressCallback*);
 // Writes several pages (each already converted for the writer) into one file.
-using WritePagesFunction = void (*)(std::span<const Image>, OutFile&, const SaveOptions&,
-                                    ProgressCallback*);
+using WritePagesSignature = void(std::span<const Image>, OutFile&, const SaveOptions&,
+                                 ProgressCallback*);
+using WriteFunction = WriteSignature*;
+using WritePagesFunction = WritePagesSignature*;
 
 // What a format needs of a palette image's colours.
 enum class ColourNeed : uint8_t { Any, Grey, BlackAndWhite };

@@ -28,25 +28,19 @@
 #include "core/OutFile.h"
 #include "core/Progress.h"
 #include "formats/SaveOptions.h"
+#include "formats/WriterEntry.h"
 
 namespace vivark {
 
-void writeWindowsIcon(const Image& image, OutFile& out, const SaveOptions& options,
-                      ProgressCallback* progress);
-void writeWindowsIconPages(std::span<const Image> pages, OutFile& out, const SaveOptions& options,
-                           ProgressCallback* progress);
-void writeWindowsCursor(const Image& image, OutFile& out, const SaveOptions& options,
-                        ProgressCallback* progress);
-void writeWindowsCursorPages(std::span<const Image> pages, OutFile& out, const SaveOptions& options,
-                             ProgressCallback* progress);
-void writeOs2Icon(const Image& image, OutFile& out, const SaveOptions& options,
-                  ProgressCallback* progress);
-void writeOs2IconPages(std::span<const Image> pages, OutFile& out, const SaveOptions& options,
-                       ProgressCallback* progress);
-void writeOs2Pointer(const Image& image, OutFile& out, const SaveOptions& options,
-                     ProgressCallback* progress);
-void writeOs2PointerPages(std::span<const Image> pages, OutFile& out, const SaveOptions& options,
-                          ProgressCallback* progress);
+// Each writer takes one image; its Pages form writes several pages into one file.
+WriteSignature writeWindowsIcon;
+WritePagesSignature writeWindowsIconPages;
+WriteSignature writeWindowsCursor;
+WritePagesSignature writeWindowsCursorPages;
+WriteSignature writeOs2Icon;
+WritePagesSignature writeOs2IconPages;
+WriteSignature writeOs2Pointer;
+WritePagesSignature writeOs2PointerPages;
 
 namespace bmp {
 
