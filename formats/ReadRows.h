@@ -1,7 +1,8 @@
 // The row loop of the readers whose rows come top first, one after the other
 // (Microsoft Paint, PICB, WAP bitmaps, OS/2 boot logos), and the hand-over of
-// a finished image. The format fills each row; the loop clears the bits past
-// the picture in the row's last byte, so padding never shows as pixels, and
+// a finished image, which readers that build their result in a fresh Image
+// share. The format fills each row; the loop clears the bits past the
+// picture in the row's last byte, so padding never shows as pixels, and
 // reports progress once a row.
 #pragma once
 

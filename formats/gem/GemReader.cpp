@@ -27,6 +27,7 @@
 #include "core/FormatTag.h"
 #include "core/RowOps.h"
 #include "formats/IdentifySupport.h"
+#include "formats/ReadRows.h"
 #include "formats/gem/GemReader.h"
 
 namespace vivark {
@@ -105,9 +106,7 @@ class GemReader final : public ImageReader {
                     throw INFILEERROR::Cancelled;
             }
         }
-        result.formatTag = makeTag("GEMP");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        handOverImage(image, std::move(result), makeTag("GEMP"));
     }
 
   private:

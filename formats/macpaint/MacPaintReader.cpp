@@ -13,6 +13,7 @@
 #include "codecs/PackBitsDecoder.h"
 #include "core/Errors.h"
 #include "core/FormatTag.h"
+#include "formats/ReadRows.h"
 
 namespace vivark {
 namespace {
@@ -41,9 +42,7 @@ class MacPaintReader final : public ImageReader {
             if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
         }
         packBits.finish();
-        result.formatTag = makeTag("PNTG");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        handOverImage(image, std::move(result), makeTag("PNTG"));
     }
 };
 

@@ -30,6 +30,7 @@
 // what there is rather than refuse the file. When the caller wants only a
 // preview, the smallest level at least that large is read.
 #include "formats/pcd/PcdReader.h"
+#include "formats/ReadRows.h"
 
 #include <algorithm>
 #include <array>
@@ -261,9 +262,7 @@ class PcdReader final : public ImageReader {
         convert(planes, rotation, result, options.progress);
         if (damaged != 0) items.push_back({&kPcdInfo, kDamage, damaged, {}});
         result.info = std::move(items);
-        result.formatTag = makeTag("PCD ");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        handOverImage(image, std::move(result), makeTag("PCD "));
     }
 
   private:

@@ -40,6 +40,7 @@
 #include "core/RowOps.h"
 #include "formats/IdentifySupport.h"
 #include "formats/PcColours.h"
+#include "formats/ReadRows.h"
 #include "formats/pictor/PictorReader.h"
 
 namespace vivark {
@@ -155,9 +156,7 @@ class PictorReader final : public ImageReader {
                 row[rowBytes - 1] &= static_cast<uint8_t>(0xFF00u >> (width % 8));
             if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
         }
-        result.formatTag = makeTag("PIC ");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        handOverImage(image, std::move(result), makeTag("PIC "));
     }
 
   private:

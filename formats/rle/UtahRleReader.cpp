@@ -29,6 +29,7 @@
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "formats/IdentifySupport.h"
+#include "formats/ReadRows.h"
 #include "formats/rle/RleReader.h"
 
 namespace vivark {
@@ -143,9 +144,7 @@ class UtahRleReader final : public ImageReader {
             result.paletteCount = 256;
         }
         result.comment = std::move(image.comment);
-        result.formatTag = makeTag("RLEU");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        handOverImage(image, std::move(result), makeTag("RLEU"));
     }
 
   private:

@@ -27,6 +27,7 @@
 #include "core/Errors.h"
 #include "core/FormatTag.h"
 #include "formats/IdentifySupport.h"
+#include "formats/ReadRows.h"
 #include "formats/softimage/SoftimageReader.h"
 
 namespace vivark {
@@ -101,9 +102,7 @@ class SoftimageReader final : public ImageReader {
             }
             if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
         }
-        result.formatTag = makeTag("PICS");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        handOverImage(image, std::move(result), makeTag("PICS"));
     }
 
   private:

@@ -31,6 +31,7 @@
 #include "core/RowOps.h"
 #include "formats/IdentifySupport.h"
 #include "formats/PcColours.h"
+#include "formats/ReadRows.h"
 #include "formats/wpg/WpgReader.h"
 
 namespace vivark {
@@ -154,9 +155,7 @@ class WpgReader final : public ImageReader {
             }
             if (progressCancelled(options.progress, y + 1, height)) throw INFILEERROR::Cancelled;
         });
-        result.formatTag = makeTag("WPG ");
-        result.keepRequestOf(image);
-        image = std::move(result);
+        handOverImage(image, std::move(result), makeTag("WPG "));
     }
 };
 
