@@ -1,7 +1,7 @@
 // The PNG reader against files libpng writes (every colour type, depth and
 // interlacing, IDAT split into many chunks) and against files assembled
-// chunk by chunk for each way a file can be refused; progress, cancel and
-// the block display of interlaced passes; identification.
+// chunk by chunk for each way a file can be refused; the block display of
+// interlaced passes; identification.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -259,36 +259,6 @@ TEST(PngReader, PhysBecomesTheResolution) {
         EXPECT_EQ(image.resolution, (Resolution{2835, 1417, unit}));
     }
     EXPECT_EQ(readPng(file({ihdr(), idat(), kIend})).resolution.unit, ResolutionUnit::None);
-}
-
-TEST(PngReader, ProgressRisesAndCancelStops) {
-    for (bool interlaced : {false, true}) {
-        const std::string bytes = test::writeWithLibpng(noiseLayout(20, 30, 2, 8, interlaced, 5));
-        std::vector<std::pair<uint32_t, uint32_t>> calls;
-        ProgressFunction recorder([&](uint32_t done, uint32_t total) {
-            calls.emplace_back(done, total);
-            return false;
-        });
-        ReadOptions options;
-        options.progress = &recorder;
-        readPng(bytes, options);
-        ASSERT_FALSE(calls.empty());
-        const uint32_t total = interlaced ? 30u << 6 : 30u;
-        for (size_t i = 0; i < calls.size(); ++i) {
-            EXPECT_EQ(calls[i].second, total);
-            EXPECT_LT(calls[i].first, total);
-            if (i > 0) {
-                EXPECT_GE(calls[i].first, calls[i - 1].first) << i;
-            }
-        }
-        EXPECT_GE(calls.back().first, total / 2);
-
-        int left = 3;
-        ProgressFunction canceller([&](uint32_t, uint32_t) { return --left == 0; });
-        options.progress = &canceller;
-        EXPECT_EQ(test::thrownBy<INFILEERROR>([&] { readPng(bytes, options); }),
-                  std::optional(INFILEERROR::Cancelled));
-    }
 }
 
 // Records what the reader shows; with blocks on, takes a copy of the image

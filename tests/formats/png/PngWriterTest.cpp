@@ -1,7 +1,7 @@
 // The PNG writer: libpng reads every output form (interlaced or not, with
 // every optional chunk) back to the image's pixels, and so does our reader;
 // the chunk order, the option chunks' contents, the depth-0 one-colour form,
-// the hIST scaling, the filter choice and a cancel.
+// the hIST scaling and the filter choice.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -13,7 +13,6 @@
 #include "formats/png/PngWriter.h"
 #include "png/PngTestFiles.h"
 #include "support/ImageTestUtil.h"
-#include "support/Throws.h"
 
 namespace vivark {
 namespace {
@@ -248,21 +247,6 @@ TEST(PngWriter, RowsTakeTheCheapestFilter) {
         EXPECT_EQ(filterBytes(test::writeToBytes(image, writePng, stored), 16, 4),
                   grey ? "1222" : "0000");
     }
-}
-
-TEST(PngWriter, CancelLeavesNoFile) {
-    int left = 3;
-    ProgressFunction canceller([&](uint32_t, uint32_t) { return --left == 0; });
-    test::TempDir dir;
-    const WriterEntry* writer = findWriterByName("png");
-    ASSERT_NE(writer, nullptr);
-    StoredSaveOptions stored;
-    EXPECT_EQ(test::thrownBy<OUTFILEERROR>([&] {
-                  saveImage(test::patternImage(20, 20, 24), dir / "c.png", *writer, stored,
-                            &canceller);
-              }),
-              std::optional(OUTFILEERROR::Cancelled));
-    EXPECT_FALSE(std::filesystem::exists(dir / "c.png"));
 }
 
 }  // namespace
