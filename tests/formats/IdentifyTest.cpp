@@ -1,7 +1,7 @@
-// Identification: every readable format's sample is recognised with its tag,
-// size and depth through the whole probe, at any buffer size; no cut-off
-// sample makes the probe throw; the probing order and the refusals that keep
-// formats apart hold.
+// Identification: hand-made header variants (those no registry sample
+// carries) are recognised with their tag, size and depth through the whole
+// probe, at any buffer size; no cut-off one makes the probe throw; the
+// probing order and the refusals that keep formats apart hold.
 #include <gtest/gtest.h>
 
 #include <fstream>

@@ -1,5 +1,6 @@
 // Builders of small sample files, byte by byte, for the identification and
-// loader tests, and one sample of each readable format.
+// loader tests, and the header variants that no file of the registry checks
+// carries.
 #pragma once
 
 #include <cstdint>
@@ -63,7 +64,9 @@ struct Sample {
     uint32_t width, height, bitsPerPixel;
 };
 
-// One sample per readable format (and the variants of the bitmap family).
+// Header variants each identify test must take (the formats without a writer
+// or a committed file, and forms our writers do not make), with their tag,
+// size and depth.
 std::vector<Sample> formatSamples();
 
 // A GIF file of 7 × 5 pixels whose image descriptor follows three extensions.
