@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "core/Errors.h"
-#include "formats/ErrorMessages.h"
 #include "formats/SaveDispatch.h"
 #include "formats/bmp/BmpFormat.h"
 #include "formats/gif/GifReader.h"
@@ -157,18 +156,6 @@ TEST(SaveDispatch, FailedAndCancelledSavesLeaveNoFile) {
         EXPECT_EQ(e, OUTFILEERROR::Cancelled);
     }
     EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
-}
-
-TEST(SaveDispatch, SaveErrorsHaveMessages) {
-    for (auto [error, id] : {std::pair{SAVEERROR::NeedsColourReduction, msg::NeedsColourReduction},
-                             {SAVEERROR::TooLargeForFormat, msg::ImageTooLarge}}) {
-        try {
-            throw error;
-        } catch (...) {
-            EXPECT_EQ(saveMessageForCurrentException(), id);
-            EXPECT_FALSE(messageText(id).empty());
-        }
-    }
 }
 
 }  // namespace
