@@ -126,14 +126,6 @@ TEST(ConvertCommand, ConvertsByExtensionOrNameAndReportsFailures) {
     EXPECT_EQ(err.rfind("vivark: " + missing + ": ", 0), 0u) << err;
 }
 
-TEST(ConvertCommand, HelpNamesEveryWriter) {
-    std::string out;
-    ASSERT_EQ(test::runVivark({"convert", "--help"}, &out), 0);
-    for (const WriterEntry* writer : writerTable())
-        EXPECT_NE(out.find(std::string(*writer->shortNames.begin())), std::string::npos)
-            << writer->menuName;
-}
-
 TEST(InfoCommand, JsonListsEachFileOrItsError) {
     const std::string good = std::string(VIVARK_TEST_DATA) + "/formats/bmp/good/";
     std::string out;
