@@ -10,6 +10,8 @@
 
 #include "core/ByteOrder.h"
 #include "core/Errors.h"
+#include "formats/SaveOptions.h"
+#include "formats/logo/LogoFormat.h"
 #include "formats/logo/LogoReader.h"
 #include "formats/logo/LogoWriter.h"
 #include "ops/FixedPalettes.h"
@@ -18,21 +20,6 @@
 
 namespace vivark {
 namespace {
-
-class Options final : public SaveOptions {
-  public:
-    Options(bool warp4, bool optimize, bool dither)
-        : warp4_(warp4), optimize_(optimize), dither_(dither) {}
-    bool flag(std::string_view key) const override {
-        return key == saveKey::BootLogoWarp4      ? warp4_
-               : key == saveKey::BootLogoOptimize ? optimize_
-                                                  : dither_;
-    }
-    int32_t integer(std::string_view) const override { return 0; }
-
-  private:
-    bool warp4_, optimize_, dither_;
-};
 
 std::set<Colour> coloursOf(const Image& image) {
     std::set<Colour> colours;
@@ -64,30 +51,32 @@ TEST(BootLogo, OptionsDecideTheColoursAndOtherSizesAreFitted) {
     const struct {
         const char* what;
         Image source;
-        Options options;
+        bool warp4, optimize, dither;
         bool exact;    // the colours come back as they are
         bool fixed16;  // only colours of the fixed 16-colour palette
     } cases[] = {
-        {"Warp 4", screen, {true, false, true}, true, false},
-        {"16 fixed colours, dithered", screen, {false, false, true}, false, true},
-        {"16 fixed colours, nearest", screen, {false, false, false}, false, true},
-        {"16 colours of the picture", screen, {false, true, true}, false, false},
-        {"a picture twice the size",
-         test::patternImage(640, 480, 24),
-         {true, false, true},
-         false,
+        {"Warp 4", screen, true, false, true, true, false},
+        {"16 fixed colours, dithered", screen, false, false, true, false, true},
+        {"16 fixed colours, nearest", screen, false, false, false, false, true},
+        {"16 colours of the picture", screen, false, true, true, false, false},
+        {"a picture twice the size", test::patternImage(640, 480, 24), true, false, true, false,
          false},
     };
+    StoredSaveOptions stored;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        const Image read = test::readFromBytes(
-            test::writeToBytes(c.source, writeBootLogo, c.options), makeBootLogoReader);
+        SaveOptionOverlay options(stored);
+        options.set(saveKey::BootLogoWarp4, c.warp4);
+        options.set(saveKey::BootLogoOptimize, c.optimize);
+        options.set(saveKey::BootLogoDither, c.dither);
+        const Image read = test::readFromBytes(test::writeToBytes(c.source, writeBootLogo, options),
+                                               makeBootLogoReader);
         ASSERT_EQ(read.width(), 320u);
         if (c.exact) {
             EXPECT_TRUE(test::samePixels(read, c.source));
         }
         const std::set<Colour> colours = coloursOf(read);
-        if (!c.options.flag(saveKey::BootLogoWarp4)) {
+        if (!c.warp4) {
             EXPECT_LE(colours.size(), 16u);
         }
         for (Colour colour : colours) {

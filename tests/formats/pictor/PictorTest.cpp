@@ -8,6 +8,8 @@
 
 #include "core/Errors.h"
 #include "formats/SampleBytes.h"
+#include "formats/SaveOptions.h"
+#include "formats/pictor/PictorFormat.h"
 #include "formats/pictor/PictorReader.h"
 #include "formats/pictor/PictorWriter.h"
 #include "support/ImageTestUtil.h"
@@ -30,16 +32,6 @@ Bytes header(uint32_t width, uint32_t height, uint8_t planeByte, uint16_t palett
 std::string str(const Bytes& b) {
     return {b.data.begin(), b.data.end()};
 }
-
-class Options final : public SaveOptions {
-  public:
-    explicit Options(bool ega) : ega_(ega) {}
-    bool flag(std::string_view) const override { return ega_; }
-    int32_t integer(std::string_view) const override { return 0; }
-
-  private:
-    bool ega_;
-};
 
 TEST(Pictor, HandMadeLayoutsDecodeToTheirColours) {
     const Colour blue = rgb(0, 0, 170), cyan = rgb(85, 255, 255), magenta = rgb(255, 85, 255),
@@ -98,12 +90,15 @@ TEST(Pictor, HandMadeLayoutsDecodeToTheirColours) {
 }
 
 TEST(Pictor, WrittenFilesReadBackWithinThePalettePrecision) {
+    StoredSaveOptions stored;
     for (bool ega : {false, true}) {
+        SaveOptionOverlay options(stored);
+        options.set(saveKey::PictorEgaPalette, ega);
         for (uint32_t bits : {1u, 4u, 8u}) {
             SCOPED_TRACE(std::to_string(bits) + (ega ? " EGA" : " VGA"));
             Image source = test::patternImage(37, 23, bits);
-            const Image read = test::readFromBytes(
-                test::writeToBytes(source, writePictor, Options(ega)), makePictorReader);
+            const Image read = test::readFromBytes(test::writeToBytes(source, writePictor, options),
+                                                   makePictorReader);
             ASSERT_EQ(read.bitsPerPixel(), bits);
             // VGA entries keep 6 bits a primary; EGA entries take the nearest
             // of 64 colours (within 43 levels of any colour).

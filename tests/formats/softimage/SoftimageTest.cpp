@@ -11,6 +11,8 @@
 
 #include "core/Errors.h"
 #include "formats/SampleBytes.h"
+#include "formats/SaveOptions.h"
+#include "formats/softimage/SoftimageFormat.h"
 #include "formats/softimage/SoftimageReader.h"
 #include "formats/softimage/SoftimageWriter.h"
 #include "support/ImageTestUtil.h"
@@ -32,16 +34,6 @@ std::string picture(uint32_t width, uint32_t height,
     b.append(data.data);
     return {b.data.begin(), b.data.end()};
 }
-
-class Options final : public SaveOptions {
-  public:
-    explicit Options(bool encode) : encode_(encode) {}
-    bool flag(std::string_view) const override { return encode_; }
-    int32_t integer(std::string_view) const override { return 0; }
-
-  private:
-    bool encode_;
-};
 
 TEST(Softimage, HandMadePacketsDecodeToTheirPixels) {
     // Pixels as red, green, blue, alpha, top row first.
@@ -100,11 +92,14 @@ TEST(Softimage, WrittenFilesReadBackEqualWithOrWithoutRuns) {
     withAlpha.secondPlaneKind = SecondPlane::Alpha;
     for (uint32_t y = 0; y < 9; ++y)
         for (uint32_t x = 0; x < 300; ++x) withAlpha.secondPlane.mutableRow(y)[x] = uint8_t(x / 7);
+    StoredSaveOptions stored;
     for (const Image* image : {&source, &withAlpha})
         for (bool encode : {true, false}) {
+            SaveOptionOverlay options(stored);
+            options.set(saveKey::SoftimageEncode, encode);
             SCOPED_TRACE(std::string(encode ? "encoded" : "plain") +
                          (image == &source ? "" : ", alpha"));
-            const std::string bytes = test::writeToBytes(*image, writeSoftimage, Options(encode));
+            const std::string bytes = test::writeToBytes(*image, writeSoftimage, options);
             const Image read = test::readFromBytes(bytes, makeSoftimageReader);
             EXPECT_TRUE(test::samePixels(read, *image));
             ASSERT_EQ(read.secondPlaneKind, image->secondPlaneKind);
