@@ -19,58 +19,39 @@ namespace vivark {
 namespace {
 
 using namespace test;
-using PagesWriter = void (*)(std::span<const Image>, OutFile&, const SaveOptions&,
-                             ProgressCallback*);
 
 struct IconFormat {
     const char* name;
     Writer write;
-    PagesWriter writePages;
+    WritePagesFunction writePages;
     const char* tag;
-    std::string_view sizeKey, colourTypeKey;
-    std::string_view formatKey = {};
-    int32_t format = 0;
-    std::string_view encodeKey = {};
-    bool windows = false;
+    std::string options;  // the format's key under "SaveOptions"
+    int32_t format;       // its OS/2 Format option; -1: none
+    bool encode, windows;
 };
 
 const IconFormat kFormats[] = {
-    {"windows icon",
-     writeWindowsIcon,
-     writeWindowsIconPages,
-     "ICOW",
-     saveKey::WindowsIconSize,
-     saveKey::WindowsIconColorType,
-     {},
-     0,
-     {},
+    {"windows icon", writeWindowsIcon, writeWindowsIconPages, "ICOW", "Windows Icon", -1, false,
      true},
-    {"windows cursor",
-     writeWindowsCursor,
-     writeWindowsCursorPages,
-     "CUR ",
-     saveKey::WindowsCursorSize,
-     saveKey::WindowsCursorColorType,
-     {},
-     0,
-     {},
-     true},
-    {"os2 icon 1.x", writeOs2Icon, writeOs2IconPages, "ICO ", saveKey::Os2IconSize,
-     saveKey::Os2IconColorType, saveKey::Os2IconFormat, 0},
-    {"os2 icon 2.x rle", writeOs2Icon, writeOs2IconPages, "ICO ", saveKey::Os2IconSize,
-     saveKey::Os2IconColorType, saveKey::Os2IconFormat, 1, saveKey::Os2IconEncode},
-    {"os2 pointer 2.x", writeOs2Pointer, writeOs2PointerPages, "PTR ", saveKey::Os2PointerSize,
-     saveKey::Os2PointerColorType, saveKey::Os2PointerFormat, 1},
+    {"windows cursor", writeWindowsCursor, writeWindowsCursorPages, "CUR ", "Windows Cursor", -1,
+     false, true},
+    {"os2 icon 1.x", writeOs2Icon, writeOs2IconPages, "ICO ", "OS2 Icon", 0, false, false},
+    {"os2 icon 2.x rle", writeOs2Icon, writeOs2IconPages, "ICO ", "OS2 Icon", 1, true, false},
+    {"os2 pointer 2.x", writeOs2Pointer, writeOs2PointerPages, "PTR ", "OS2 Pointer", 1, false,
+     false},
 };
 
 struct Options {
     StoredSaveOptions stored;
     SaveOptionOverlay overlay{stored};
     Options(const IconFormat& f, int32_t size, int32_t colourType = 4) {
-        overlay.set(f.sizeKey, size);
-        overlay.set(f.colourTypeKey, colourType);
-        if (!f.formatKey.empty()) overlay.set(f.formatKey, f.format);
-        if (!f.encodeKey.empty()) overlay.set(f.encodeKey, 1);
+        set(f, "Size", size);
+        set(f, "Color Type", colourType);
+        if (f.format >= 0) set(f, "Format", f.format);
+        if (f.encode) set(f, "Encode", 1);
+    }
+    void set(const IconFormat& f, const std::string& option, int32_t value) {
+        EXPECT_TRUE(overlay.set("SaveOptions\\" + f.options + "\\" + option, value)) << option;
     }
 };
 
@@ -100,7 +81,7 @@ bool transparentIn(const Image& source, uint32_t x, uint32_t y) {
     return indices[x] == *source.transparentIndex;
 }
 
-std::string writePagesToBytes(std::span<const Image> pages, PagesWriter write,
+std::string writePagesToBytes(std::span<const Image> pages, WritePagesFunction write,
                               const SaveOptions& options) {
     TempDir dir;
     {
@@ -197,8 +178,7 @@ TEST(BmpIcon, TransparentOffWritesAnOpaquePicture) {
     for (const IconFormat& f : kFormats) {
         SCOPED_TRACE(f.name);
         Options options(f, 0);
-        options.overlay.set(
-            std::string(f.sizeKey.substr(0, f.sizeKey.rfind('\\'))) + "\\Transparent", 0);
+        options.set(f, "Transparent", 0);
         const Image back = readFromBytes(
             writeToBytes(maskedPicture(9, 9, 8), f.write, options.overlay), makeBmpReader);
         for (uint32_t y = 0; y < 9; ++y)
