@@ -133,8 +133,8 @@ const Variant kVariants[] = {
 };
 
 // Every writer at every depth it takes (and, where it keeps alpha, 24 bits
-// with an alpha plane, "32"), under the stored settings and each variant,
-// written once into `dir`.
+// with an alpha plane, "32"; where it takes colour at 8 bits, a grey picture,
+// "0"), under the stored settings and each variant, written once into `dir`.
 const std::vector<Written>& writtenFiles() {
     static test::TempDir dir;
     static const std::vector<Written> files = [] {
@@ -150,10 +150,13 @@ const std::vector<Written>& writtenFiles() {
                 for (const char* assignment : variants[i]->assignments)
                     if (assignment != nullptr && !options.setAssignment(assignment))
                         ADD_FAILURE() << assignment;
-                for (uint32_t bits : {1u, 4u, 8u, 24u, 32u}) {
+                for (uint32_t bits : {1u, 4u, 8u, 24u, 32u, 0u}) {
                     const bool alpha = bits == 32 && (writer->keeps & kKeepsAlpha) != 0;
-                    if (!writer->accepts(bits) && !alpha) continue;
-                    Written w{writer, bits, sourceFor(*writer, alpha ? 24 : bits), {}};
+                    const bool grey =
+                        bits == 0 && writer->accepts(8) && writer->colourNeed == ColourNeed::Any;
+                    if (!writer->accepts(bits) && !alpha && !grey) continue;
+                    Written w{writer, bits, sourceFor(*writer, alpha ? 24 : grey ? 8 : bits), {}};
+                    if (grey) w.source.setGreyPalette();
                     if (alpha) {
                         w.source.secondPlane =
                             PixelPlane(w.source.width(), w.source.height(), 8, false);
