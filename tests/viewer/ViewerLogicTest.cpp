@@ -143,21 +143,19 @@ class ViewerLogicTest : public QObject {
             "\r\n"
             "sub/with space.gif\t2.5\tnote\twith a tab\n"
             "bad time.png\t-3\n";
-        const auto slides = parseSlideShowList(text, QStringLiteral("/shows"));
-        QVERIFY(slides && slides->size() == 4);
-        const Slide expected[] = {{"/shows/beach.jpg", 8, "The first morning"},
-                                  {"/abs/scan.png", 0, ""},
-                                  {"/shows/sub/with space.gif", 2.5, "note\twith a tab"},
-                                  {"/shows/bad time.png", 0, ""}};
         // What is read, and what is written and read again, is the same.
-        const auto again = parseSlideShowList(formatSlideShowList(*slides), QStringLiteral("/x"));
-        QVERIFY(again);
-        for (const auto* list : {&*slides, &*again})
-            for (size_t i = 0; i < 4; ++i) {
-                QCOMPARE((*list)[i].path, expected[i].path);
-                QCOMPARE((*list)[i].seconds, expected[i].seconds);
-                QCOMPARE((*list)[i].note, expected[i].note);
-            }
+        const auto flat = [](const auto& slides) {
+            QStringList out;
+            for (const Slide& s : slides.value_or(std::vector<Slide>{}))
+                out << QStringLiteral("%1|%2|%3").arg(s.path).arg(s.seconds).arg(s.note);
+            return out;
+        };
+        const QStringList expected{"/shows/beach.jpg|8|The first morning", "/abs/scan.png|0|",
+                                   "/shows/sub/with space.gif|2.5|note\twith a tab",
+                                   "/shows/bad time.png|0|"};
+        const auto slides = parseSlideShowList(text, QStringLiteral("/shows"));
+        QCOMPARE(flat(slides), expected);
+        QCOMPARE(flat(parseSlideShowList(formatSlideShowList(*slides), "/x")), expected);
         QVERIFY(!parseSlideShowList("Vivark Slides\r\nx.png\r\n", "/"));
     }
 
