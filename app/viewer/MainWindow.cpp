@@ -413,6 +413,8 @@ void MainWindow::onLoaded(const std::shared_ptr<LoadOutcome>& outcome) {
         suppressDocumentChanged_ = false;
     }
     view_->setImage(outcome->display, size, sameImage);
+    // A band drawn over a preview carries over to the full image it stands for.
+    editMenus_->setSelection(view_->selection());
     if (outcome->animation && !sameImage) startAnimation(outcome->animation);
     messageLabel_->clear();
     if (const Slide* slide = slideShow_.currentSlide(); slide && slideShow_.isRunning())
