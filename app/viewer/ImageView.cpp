@@ -309,7 +309,9 @@ void ImageView::wheelEvent(QWheelEvent* event) {
         setScroll(scroll() - QPointF(event->pixelDelta()));
         return;
     }
-    const QPointF notches = QPointF(event->angleDelta()) / 120.0;
+    QPointF notches = QPointF(event->angleDelta()) / 120.0;
+    // Shift turns a plain wheel sideways, as in other viewers and browsers.
+    if ((event->modifiers() & Qt::ShiftModifier) && notches.x() == 0) notches = {notches.y(), 0};
     const int lines = QApplication::wheelScrollLines();
     scrollBy(-QPointF(notches.x() * lines * horizontalScrollBar()->singleStep(),
                       notches.y() * lines * verticalScrollBar()->singleStep()));
