@@ -1,21 +1,40 @@
 // The image view's painting, zoom and scrolling; see ImageView.h.
 #include "app/viewer/ImageView.h"
 
+#include <QApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QVariantAnimation>
 #include <QWheelEvent>
+#include <algorithm>
 #include <cmath>
 
 #include "app/viewer/ImageLoader.h"
 
 namespace vivark::viewer {
+namespace {
+
+// A glide's length: long enough to follow with the eye, short enough that
+// a run of wheel notches or a held key never lags behind the hand.
+constexpr int kGlideMs = 120;
+
+}  // namespace
 
 ImageView::ImageView(QWidget* parent) : QAbstractScrollArea(parent) {
     setFrameShape(QFrame::NoFrame);
     viewport()->setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     background_ = palette().color(QPalette::Window);
+    glide_ = new QVariantAnimation(this);
+    glide_->setDuration(kGlideMs);
+    glide_->setEasingCurve(QEasingCurve::OutCubic);
+    connect(glide_, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& value) { setScroll(value.toPointF()); });
+    // Taking a scroll bar in hand ends a glide rather than fighting it.
+    for (QScrollBar* bar : {horizontalScrollBar(), verticalScrollBar()})
+        connect(bar, &QScrollBar::sliderPressed, this, &ImageView::stopGlide);
 }
 
 void ImageView::setImage(const QImage& display, QSize imageSize, bool sameImage) {
@@ -39,6 +58,8 @@ void ImageView::setCanvas(std::shared_ptr<ProgressiveCanvas> canvas, QSize image
 }
 
 void ImageView::startNewImage() {
+    clearSelection();
+    stopGlide();
     fitBoth_ = false;
     if (zoomLock_ && !fitting_) {
         setScroll({0, 0});
@@ -56,6 +77,8 @@ void ImageView::setFrame(const QImage& frame) {
 }
 
 void ImageView::clear() {
+    clearSelection();
+    stopGlide();
     image_ = QImage();
     canvas_.reset();
     imageSize_ = QSize();
@@ -83,6 +106,19 @@ void ImageView::setSmoothEnlarge(bool smooth) {
     viewport()->update();
 }
 
+void ImageView::setSmoothScroll(bool smooth) {
+    smoothScroll_ = smooth;
+    if (!smooth) stopGlide();
+}
+
+void ImageView::setSelection(const QRect& selection) {
+    const QRect clamped = selection.normalized() & QRect(QPoint(0, 0), imageSize_);
+    if (clamped == selection_ || (clamped.isEmpty() && selection_.isEmpty())) return;
+    selection_ = clamped.isEmpty() ? QRect() : clamped;
+    viewport()->update();
+    emit selectionChanged(selection_);
+}
+
 void ImageView::setScrollBarsShown(bool shown) {
     const Qt::ScrollBarPolicy policy = shown ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff;
     setHorizontalScrollBarPolicy(policy);
@@ -102,6 +138,26 @@ QPointF ImageView::scroll() const {
     return {double(horizontalScrollBar()->value()), double(verticalScrollBar()->value())};
 }
 
+void ImageView::scrollBy(QPointF delta) {
+    const bool gliding = glide_->state() == QAbstractAnimation::Running;
+    const QPointF from = scroll();
+    const QPointF target =
+        clampScroll((gliding ? glideTarget_ : from) + delta, zoomedSize(), viewport()->size());
+    glide_->stop();
+    if (!smoothScroll_ || target == from) {
+        setScroll(target);
+        return;
+    }
+    glideTarget_ = target;
+    glide_->setStartValue(from);
+    glide_->setEndValue(target);
+    glide_->start();
+}
+
+void ImageView::stopGlide() {
+    glide_->stop();
+}
+
 void ImageView::setScroll(QPointF s) {
     s = clampScroll(s, zoomedSize(), viewport()->size());
     horizontalScrollBar()->setValue(int(std::lround(s.x())));
@@ -110,6 +166,12 @@ void ImageView::setScroll(QPointF s) {
 
 QRectF ImageView::imageRect() const {
     return imageRectInViewport(zoomedSize(), viewport()->size(), scroll(), rules_.center);
+}
+
+QPointF ImageView::imageEdgeAt(QPointF p) const {
+    const QPointF at = (p - imageRect().topLeft()) / zoom_;
+    return {std::clamp(at.x(), 0.0, double(imageSize_.width())),
+            std::clamp(at.y(), 0.0, double(imageSize_.height()))};
 }
 
 QPoint ImageView::imagePixelAt(QPoint p) const {
@@ -150,6 +212,7 @@ void ImageView::setZoomAround(double zoom, QPointF anchor) {
     const QRectF before = imageRect();
     const QPointF inImage = anchor - before.topLeft();
     const double old = zoom_;
+    stopGlide();
     fitting_ = false;
     zoom_ = zoom;
     updateScrollBars();
@@ -202,6 +265,16 @@ void ImageView::paintEvent(QPaintEvent*) {
     } else {
         painter.drawImage(target, image_);
     }
+    if (!selection_.isEmpty()) {
+        // Black dashes over a white line show on any picture.
+        const QRectF band(target.topLeft() + QPointF(selection_.topLeft()) * zoom_,
+                          QSizeF(selection_.size()) * zoom_);
+        painter.setRenderHint(QPainter::Antialiasing, false);
+        painter.setPen(QPen(Qt::white, 1));
+        painter.drawRect(band.adjusted(0, 0, -1, -1));
+        painter.setPen(QPen(Qt::black, 1, Qt::DashLine));
+        painter.drawRect(band.adjusted(0, 0, -1, -1));
+    }
     emit contentPainted();
 }
 
@@ -228,29 +301,86 @@ void ImageView::wheelEvent(QWheelEvent* event) {
         event->accept();
         return;
     }
-    QAbstractScrollArea::wheelEvent(event);
+    event->accept();
+    // A touchpad reports pixels and is already smooth; a wheel reports
+    // notches of 120, each the system's lines-per-notch of single steps.
+    if (!event->pixelDelta().isNull()) {
+        stopGlide();
+        setScroll(scroll() - QPointF(event->pixelDelta()));
+        return;
+    }
+    QPointF notches = QPointF(event->angleDelta()) / 120.0;
+    // Shift turns a plain wheel sideways, as in other viewers and browsers.
+    if ((event->modifiers() & Qt::ShiftModifier) && notches.x() == 0) notches = {notches.y(), 0};
+    const int lines = QApplication::wheelScrollLines();
+    scrollBy(-QPointF(notches.x() * lines * horizontalScrollBar()->singleStep(),
+                      notches.y() * lines * verticalScrollBar()->singleStep()));
+}
+
+void ImageView::keyPressEvent(QKeyEvent* event) {
+    const QPointF step(horizontalScrollBar()->singleStep(), verticalScrollBar()->singleStep());
+    switch (event->key()) {
+        case Qt::Key_Up:
+            scrollBy({0, -step.y()});
+            break;
+        case Qt::Key_Down:
+            scrollBy({0, step.y()});
+            break;
+        case Qt::Key_Left:
+            scrollBy({-step.x(), 0});
+            break;
+        case Qt::Key_Right:
+            scrollBy({step.x(), 0});
+            break;
+        default:
+            QAbstractScrollArea::keyPressEvent(event);
+            return;
+    }
+    event->accept();
 }
 
 void ImageView::mousePressEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton) {
-        dragging_ = true;
+    const bool pan =
+        event->button() == Qt::MiddleButton ||
+        (event->button() == Qt::LeftButton && (event->modifiers() & Qt::ControlModifier));
+    if (drag_ == Drag::None && (pan || event->button() == Qt::LeftButton)) {
+        drag_ = pan ? Drag::Pan : Drag::Select;
+        dragButton_ = event->button();
+        dragMoved_ = false;
         dragStart_ = event->position().toPoint();
         dragScroll_ = scroll();
-        viewport()->setCursor(Qt::ClosedHandCursor);
+        selectAnchor_ = imageEdgeAt(event->position());
+        stopGlide();
+        viewport()->setCursor(pan ? Qt::ClosedHandCursor : Qt::CrossCursor);
     }
     QAbstractScrollArea::mousePressEvent(event);
 }
 
 void ImageView::mouseMoveEvent(QMouseEvent* event) {
     const QPoint at = event->position().toPoint();
-    if (dragging_) setScroll(dragScroll_ - QPointF(at - dragStart_));
+    if (drag_ != Drag::None &&
+        (at - dragStart_).manhattanLength() >= QApplication::startDragDistance())
+        dragMoved_ = true;
+    if (drag_ == Drag::Pan) {
+        setScroll(dragScroll_ - QPointF(at - dragStart_));
+    } else if (drag_ == Drag::Select && dragMoved_ && !imageSize_.isEmpty()) {
+        // Corners snap to the nearest pixel edge.
+        const QPointF a = selectAnchor_, b = imageEdgeAt(event->position());
+        const QPoint topLeft(int(std::lround(std::min(a.x(), b.x()))),
+                             int(std::lround(std::min(a.y(), b.y()))));
+        const QPoint bottomRight(int(std::lround(std::max(a.x(), b.x()))),
+                                 int(std::lround(std::max(a.y(), b.y()))));
+        setSelection(
+            QRect(topLeft, QSize(bottomRight.x() - topLeft.x(), bottomRight.y() - topLeft.y())));
+    }
     emit pointerMoved(imagePixelAt(at));
     QAbstractScrollArea::mouseMoveEvent(event);
 }
 
 void ImageView::mouseReleaseEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton) {
-        dragging_ = false;
+    if (drag_ != Drag::None && event->button() == dragButton_) {
+        if (drag_ == Drag::Select && !dragMoved_) clearSelection();
+        drag_ = Drag::None;
         viewport()->unsetCursor();
     }
     QAbstractScrollArea::mouseReleaseEvent(event);

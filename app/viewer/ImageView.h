@@ -9,13 +9,23 @@
 // (bilinear over the visible part only, so a 100-megapixel image costs what
 // the window shows); above it pixels are drawn as squares unless
 // Display\ResamplePixels asks for smoothing there too.
+//
+// Mouse gestures follow today's viewers: a plain left drag draws the
+// selection (in image pixels, clamped to the image, so it stays on the same
+// pixels at any zoom or scroll) and a click without a drag clears it; the
+// middle button, or the left one with Ctrl, drags the image around, as do
+// the scroll bars. The wheel and the arrow keys glide to their target over
+// a few frames (Display\SmoothScroll) instead of jumping.
 #pragma once
 
 #include <QAbstractScrollArea>
 #include <QImage>
+#include <QRect>
 #include <memory>
 
 #include "app/viewer/ViewGeometry.h"
+
+class QVariantAnimation;
 
 namespace vivark::viewer {
 
@@ -46,6 +56,13 @@ class ImageView : public QAbstractScrollArea {
     // The plain wheel steps through the folder (MouseWheelBrowse) instead of
     // scrolling; with Ctrl it always zooms around the pointer.
     void setWheelBrowse(bool browse) { wheelBrowse_ = browse; }
+    void setSmoothScroll(bool smooth);
+
+    // The selection in image pixels (top-left origin); empty when there is
+    // none. A new image, or an edit that changes the size, clears it.
+    QRect selection() const { return selection_; }
+    void setSelection(const QRect& selection);
+    void clearSelection() { setSelection({}); }
 
     QSize imageSize() const { return imageSize_; }
     double zoom() const { return zoom_; }
@@ -69,6 +86,7 @@ class ImageView : public QAbstractScrollArea {
     void zoomChanged(double zoom);
     void pointerMoved(QPoint imagePixel);
     void wheelBrowse(int steps);  // +1 next, -1 previous
+    void selectionChanged(const QRect& selection);
     // A paint put image pixels on screen.
     void contentPainted();
     // The zoom shows more detail than the preview holds.
@@ -81,6 +99,7 @@ class ImageView : public QAbstractScrollArea {
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
 
   private:
@@ -90,6 +109,12 @@ class ImageView : public QAbstractScrollArea {
     QPointF scroll() const;
     void setScroll(QPointF scroll);
     QSizeF zoomedSize() const;
+    // Scrolls by `delta` zoomed pixels, gliding when smooth scrolling is on;
+    // steps that arrive during a glide add to its target.
+    void scrollBy(QPointF delta);
+    void stopGlide();
+    // The image coordinate under a viewport point, clamped to the image.
+    QPointF imageEdgeAt(QPointF viewportPoint) const;
 
     QImage image_;
     std::shared_ptr<ProgressiveCanvas> canvas_;
@@ -101,9 +126,17 @@ class ImageView : public QAbstractScrollArea {
     bool zoomLock_ = false;
     bool smoothEnlarge_ = false;
     bool wheelBrowse_ = false;
-    bool dragging_ = false;
+    bool smoothScroll_ = true;
+    QVariantAnimation* glide_ = nullptr;
+    QPointF glideTarget_;
+    enum class Drag { None, Pan, Select };
+    Drag drag_ = Drag::None;
+    Qt::MouseButton dragButton_ = Qt::NoButton;
+    bool dragMoved_ = false;
     QPoint dragStart_;
     QPointF dragScroll_;
+    QPointF selectAnchor_;
+    QRect selection_;
     QColor background_;
 };
 

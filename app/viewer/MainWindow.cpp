@@ -61,7 +61,7 @@ MainWindow::MainWindow(const StartOptions& options, QWidget* parent)
     : QMainWindow(parent), options_(options) {
     clock_.start();
     setWindowTitle(QStringLiteral("Vivark"));
-    setAcceptDrops(false);
+    setAcceptDrops(true);
     view_ = new ImageView(this);
     setCentralWidget(view_);
     buildActions();
@@ -75,6 +75,10 @@ MainWindow::MainWindow(const StartOptions& options, QWidget* parent)
     connect(&document_, &Document::changed, this, &MainWindow::onDocumentChanged);
     connect(view_, &ImageView::zoomChanged, this, &MainWindow::updateStatus);
     connect(view_, &ImageView::pointerMoved, this, &MainWindow::onPointerMoved);
+    connect(view_, &ImageView::selectionChanged, this, [this](const QRect& selection) {
+        editMenus_->setSelection(selection);
+        updateStatus();
+    });
     connect(view_, &ImageView::wheelBrowse, this, [this](int steps) {
         if (steps > 0)
             next();
@@ -112,6 +116,7 @@ void MainWindow::readSettings() {
     view_->setBackground(backgroundColour(this));
     view_->setSmoothEnlarge(settings::displayResamplePixels.get());
     view_->setWheelBrowse(settings::mouseWheelBrowse.get());
+    view_->setSmoothScroll(settings::displaySmoothScroll.get());
     sequence_.setOrder(SequenceOrder(std::min<uint32_t>(settings::sequencerSequence.get(), 3)));
     sequence_.setWrap(settings::sequencerWrap.get());
     sequence_.setRefresh(settings::sequencerRefresh.get());
@@ -208,8 +213,8 @@ void MainWindow::buildActions() {
     });
 
     // The edit side: operations, save as, information, clipboard, recent files.
-    installEditMenus(this, menuBar(), &document_,
-                     EditHooks{[this](const QString& path) { openFile(path); }});
+    editMenus_ = installEditMenus(this, menuBar(), &document_,
+                                  EditHooks{[this](const QString& path) { openFile(path); }});
 
     toolBar_ = addToolBar(tr("Tools"));
     toolBar_->setObjectName(QStringLiteral("tools"));
@@ -217,6 +222,7 @@ void MainWindow::buildActions() {
     for (QAction* action :
          {open, previousAction, nextAction, zoomOut, zoomIn, fit, fullScreenAction_})
         toolBar_->addAction(action);
+    toolBar_->addAction(editMenus_->actionNamed(QStringLiteral("crop")));
     updateActions();
 }
 
@@ -232,6 +238,7 @@ void MainWindow::buildStatusBar() {
     zoomLabel_ = label(0);
     pointerLabel_ = label(0);
     positionLabel_ = label(0);
+    selectionLabel_ = label(0);
 }
 
 void MainWindow::restorePlacement() {
@@ -280,6 +287,8 @@ void MainWindow::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape) {
         if (awaiting_)
             cancelLoad();
+        else if (!view_->selection().isEmpty())
+            view_->clearSelection();
         else if (slideShow_.isRunning())
             slideShow_.stop();
         else if (fullScreen_)
@@ -404,6 +413,8 @@ void MainWindow::onLoaded(const std::shared_ptr<LoadOutcome>& outcome) {
         suppressDocumentChanged_ = false;
     }
     view_->setImage(outcome->display, size, sameImage);
+    // A band drawn over a preview carries over to the full image it stands for.
+    editMenus_->setSelection(view_->selection());
     if (outcome->animation && !sameImage) startAnimation(outcome->animation);
     messageLabel_->clear();
     if (const Slide* slide = slideShow_.currentSlide(); slide && slideShow_.isRunning())
@@ -464,6 +475,8 @@ void MainWindow::noteShown(bool full) {
 
 void MainWindow::onDocumentChanged() {
     if (suppressDocumentChanged_) return;
+    // A crop, or a load, took the edit side's selection; the band goes too.
+    if (editMenus_->selection().isEmpty()) view_->clearSelection();
     const Image& image = document_.image();
     if (image.plane.empty()) {
         view_->clear();
@@ -678,7 +691,8 @@ void MainWindow::onPointerMoved(QPoint pixel) {
 
 QString MainWindow::statusText() const {
     QStringList parts;
-    for (const QLabel* label : {formatLabel_, sizeLabel_, zoomLabel_, positionLabel_})
+    for (const QLabel* label :
+         {formatLabel_, sizeLabel_, zoomLabel_, positionLabel_, selectionLabel_})
         if (!label->text().isEmpty()) parts << label->text();
     return parts.join(QStringLiteral("  "));
 }
@@ -686,6 +700,7 @@ QString MainWindow::statusText() const {
 void MainWindow::updateStatus() {
     const QSize size = view_->imageSize();
     if (size.isEmpty()) {
+        selectionLabel_->clear();
         formatLabel_->clear();
         sizeLabel_->clear();
         zoomLabel_->clear();
@@ -703,6 +718,13 @@ void MainWindow::updateStatus() {
         position = QStringLiteral("%1/%2").arg(sequence_.index() + 1).arg(sequence_.count());
     if (pageCount_ > 1) position += tr("  page %1/%2").arg(page_).arg(pageCount_);
     positionLabel_->setText(position.trimmed());
+    const QRect selection = view_->selection();
+    selectionLabel_->setText(selection.isEmpty() ? QString()
+                                                 : tr("Selection %1 x %2 at %3, %4")
+                                                       .arg(selection.width())
+                                                       .arg(selection.height())
+                                                       .arg(selection.x())
+                                                       .arg(selection.y()));
 }
 
 void MainWindow::updateTitle() {

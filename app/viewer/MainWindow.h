@@ -3,7 +3,9 @@
 // slide show, and reads every window, view, loading, sequencing, slide show
 // and confirmation setting it acts on. Editing (menus, dialogs, save as)
 // is installed into its menu bar by the edit side, which changes the
-// Document; the window repaints on Document::changed().
+// Document; the window repaints on Document::changed(). The view's
+// selection is the edit side's crop rectangle. Files dropped on the window
+// from a file manager open as if given on the command line.
 #pragma once
 
 #include <QElapsedTimer>
@@ -24,6 +26,7 @@ class QToolBar;
 
 namespace vivark::viewer {
 
+class EditMenus;
 class ImageView;
 class SlideShowPanel;
 
@@ -92,6 +95,8 @@ class MainWindow : public QMainWindow {
   protected:
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
   private:
     void readSettings();
@@ -122,6 +127,7 @@ class MainWindow : public QMainWindow {
 
     Document document_;
     ImageView* view_ = nullptr;
+    EditMenus* editMenus_ = nullptr;
     ImageLoader loader_;
     FileSequence sequence_;
     SlideShow slideShow_;
@@ -156,6 +162,7 @@ class MainWindow : public QMainWindow {
     QLabel* zoomLabel_ = nullptr;
     QLabel* pointerLabel_ = nullptr;
     QLabel* positionLabel_ = nullptr;
+    QLabel* selectionLabel_ = nullptr;
     QLabel* messageLabel_ = nullptr;
     QAction* fullScreenAction_ = nullptr;
     QAction* toolBarAction_ = nullptr;

@@ -1,11 +1,16 @@
-// The window's file actions (trash, rename, copy to, move to) and the
-// commands it takes over the single-instance socket; see MainWindow.h.
+// The window's file actions (trash, rename, copy to, move to), the files
+// dropped on it and the commands it takes over the single-instance socket;
+// see MainWindow.h.
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QLabel>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QTimer>
+#include <QUrl>
 
 #include "app/settings/SettingKeys.h"
 #include "app/viewer/FileActions.h"
@@ -14,6 +19,34 @@
 #include "app/viewer/ViewerLog.h"
 
 namespace vivark::viewer {
+
+namespace {
+
+// The local files among a drag's URLs, in the order the file manager gave.
+QStringList localFiles(const QMimeData* data) {
+    QStringList paths;
+    if (data == nullptr) return paths;
+    for (const QUrl& url : data->urls())
+        if (url.isLocalFile()) paths << url.toLocalFile();
+    return paths;
+}
+
+}  // namespace
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!localFiles(event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+// One dropped file opens with its folder as the sequence; several become
+// the sequence themselves, the first shown: what a command line of the same
+// files does.
+void MainWindow::dropEvent(QDropEvent* event) {
+    const QStringList paths = localFiles(event->mimeData());
+    if (paths.isEmpty()) return;
+    event->acceptProposedAction();
+    activateWindow();
+    openPaths(paths);
+}
 
 void MainWindow::deleteFile() {
     const QString path = document_.path().isEmpty() ? shownPath_ : document_.path();

@@ -65,25 +65,15 @@ bmptopnm "$work/pics/b-gradient.bmp" >"$work/sample2.ppm" 2>/dev/null
 bmptopnm "$work/pics/c-palette.bmp" >"$work/sample3.ppm" 2>/dev/null
 
 python3 - "$work" <<'PY'
-import sys
+import re, sys
 
 def read_ppm(path):
+    # netpbm writes the plain header "P6 width height 255" and no comments.
     data = open(path, "rb").read()
-    fields, pos = [], 0
-    while len(fields) < 4:
-        while data[pos:pos + 1].isspace():
-            pos += 1
-        if data[pos:pos + 1] == b"#":
-            pos = data.index(b"\n", pos)
-            continue
-        end = pos
-        while not data[end:end + 1].isspace():
-            end += 1
-        fields.append(data[pos:end])
-        pos = end
-    assert fields[0] == b"P6" and fields[3] == b"255", path
-    width, height = int(fields[1]), int(fields[2])
-    pixels = data[pos + 1:]
+    header = re.match(rb"P6\s+(\d+)\s+(\d+)\s+255\s", data)
+    assert header, path
+    width, height = int(header[1]), int(header[2])
+    pixels = data[header.end():]
     return width, height, [pixels[y * width * 3:(y + 1) * width * 3] for y in range(height)]
 
 work = sys.argv[1]

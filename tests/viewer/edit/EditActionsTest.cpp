@@ -1,12 +1,12 @@
 // The edit menus against the operations they stand for: every action of the
 // Image, Colours and Filters menus, with its dialog filled in, gives the
-// image the ops/ function gives; undo and redo restore both exactly; crop,
-// copy and paste move the right pixels.
+// image the ops/ function gives, and undo and redo restore both exactly;
+// the filter and palette editors; copy and paste.
 #include <QAction>
 #include <QApplication>
-#include <QClipboard>
 #include <QMainWindow>
 #include <QMenuBar>
+#include <QStandardPaths>
 #include <QTest>
 #include <QTimer>
 #include <functional>
@@ -23,7 +23,6 @@
 #include "ops/ColourAdjust.h"
 #include "ops/ColourDepth.h"
 #include "ops/Convolution.h"
-#include "ops/Crop.h"
 #include "ops/Mirror.h"
 #include "ops/Resize.h"
 #include "ops/Rotate.h"
@@ -43,106 +42,58 @@ struct Case {
 
 const Colour kFill = 0x102030;
 
+// clang-format off
 std::vector<Case> cases() {
     using I = const Image&;
+    using Unit = ResolutionSetting::Unit;
+    constexpr auto kDegree = kAngleUnitsPerDegree;
     return {
-        {"resize",
-         {{"mode", 0}, {"width", 20}, {"height", 30}, {"box", 1}, {"resample", true}},
-         [](I i) {
-             return resizeResampled(i, {20, 13, 0, 0});
-         }},
-        {"resize",
-         {{"mode", 0},
-          {"width", 20},
-          {"height", 30},
-          {"box", 2},
-          {"resample", false},
-          {"fill", "#102030"}},
-         [](I i) {
-             return resizePoint(i, {20, 30, resizeFlag::Centred, kFill});
-         }},
-        {"resize",
-         {{"mode", 1}, {"percent", 50.0}, {"resample", true}},
-         [](I i) {
-             return resizeResampled(i, {19, 12, 0, 0});
-         }},
-        {"rotate",
-         {{"angle", 30.0}, {"resample", false}},
-         [](I i) {
-             return rotatePoint(i, {30 * kAngleUnitsPerDegree, 0, false});
-         }},
-        {"rotate",
-         {{"angle", -12.5}, {"resample", true}, {"cropInside", true}, {"fill", "#102030"}},
-         [](I i) {
-             return rotateResampled(i, {-int32_t(12.5 * kAngleUnitsPerDegree), kFill, true});
-         }},
+        {"resize", {{"mode", 0}, {"width", 20}, {"height", 30}, {"box", 1}, {"resample", true}},
+         [](I i) { return resizeResampled(i, {20, 13, 0, 0}); }},
+        {"resize", {{"mode", 0}, {"width", 20}, {"height", 30}, {"box", 2}, {"resample", false},
+                    {"fill", "#102030"}},
+         [](I i) { return resizePoint(i, {20, 30, resizeFlag::Centred, kFill}); }},
+        {"resize", {{"mode", 1}, {"percent", 50.0}, {"resample", true}},
+         [](I i) { return resizeResampled(i, {19, 12, 0, 0}); }},
+        {"rotate", {{"angle", 30.0}, {"resample", false}},
+         [](I i) { return rotatePoint(i, {30 * kDegree, 0, false}); }},
+        {"rotate", {{"angle", -12.5}, {"resample", true}, {"cropInside", true},
+                    {"fill", "#102030"}},
+         [](I i) { return rotateResampled(i, {-int32_t(12.5 * kDegree), kFill, true}); }},
         {"turnClockwise", {}, [](I i) { return turnClockwise(i); }},
         {"turnAnticlockwise", {}, [](I i) { return turnAnticlockwise(i); }},
-        {"turnHalf",
-         {},
-         [](I i) {
-             return mirror(i, {true, true});
-         }},
-        {"mirror",
-         {},
-         [](I i) {
-             return mirror(i, {false, true});
-         }},
-        {"flip",
-         {},
-         [](I i) {
-             return mirror(i, {true, false});
-         }},
+        {"turnHalf", {}, [](I i) { return mirror(i, {true, true}); }},
+        {"mirror", {}, [](I i) { return mirror(i, {false, true}); }},
+        {"flip", {}, [](I i) { return mirror(i, {true, false}); }},
         {"blackWhite", {{"threshold", 100}}, [](I i) { return toBlackAndWhite(i, {100}); }},
         {"greyscale", {}, [](I i) { return toGreyscale(i); }},
-        {"colourDepth",
-         {{"colours", 16}, {"palette", 0}, {"dither", 0}},
-         [](I i) {
-             return toIndexedColour(i, {0, 0, 16});
-         }},
-        {"colourDepth",
-         {{"colours", 200}, {"palette", 5}, {"dither", 1}},
-         [](I i) {
-             return toIndexedColour(i, {5, 1, 200});
-         }},
+        {"colourDepth", {{"colours", 16}, {"palette", 0}, {"dither", 0}},
+         [](I i) { return toIndexedColour(i, {0, 0, 16}); }},
+        {"colourDepth", {{"colours", 200}, {"palette", 5}, {"dither", 1}},
+         [](I i) { return toIndexedColour(i, {5, 1, 200}); }},
         {"deepColour", {}, [](I i) { return toDeepColour(i); }},
-        {"resolution",
-         {{"unit", 1}, {"horizontal", 40.0}, {"vertical", 20.0}, {"same", false}},
-         [](I i) {
-             return setResolution(i, {40, 20, ResolutionSetting::Unit::Metric});
-         }},
-        {"resolution",
-         {{"unit", 0}, {"horizontal", 300.0}, {"vertical", 20.0}, {"same", true}},
-         [](I i) {
-             return setResolution(i, {300, 0, ResolutionSetting::Unit::English});
-         }},
-        {"brightnessContrast",
-         {{"brightness", 10}, {"contrast", 20}, {"color", -30}},
-         [](I i) {
-             return adjustBrightnessContrastColour(i, {10, 20, -30});
-         }},
-        {"rgbBalance",
-         {{"red", 5}, {"green", -5}, {"blue", 10}},
-         [](I i) {
-             return adjustRgbBalance(i, {5, -5, 10});
-         }},
+        {"resolution", {{"unit", 1}, {"horizontal", 40.0}, {"vertical", 20.0}, {"same", false}},
+         [](I i) { return setResolution(i, {40, 20, Unit::Metric}); }},
+        {"resolution", {{"unit", 0}, {"horizontal", 300.0}, {"vertical", 20.0}, {"same", true}},
+         [](I i) { return setResolution(i, {300, 0, Unit::English}); }},
+        {"brightnessContrast", {{"brightness", 10}, {"contrast", 20}, {"color", -30}},
+         [](I i) { return adjustBrightnessContrastColour(i, {10, 20, -30}); }},
+        {"rgbBalance", {{"red", 5}, {"green", -5}, {"blue", 10}},
+         [](I i) { return adjustRgbBalance(i, {5, -5, 10}); }},
         {"gamma", {{"gamma", 2.2}}, [](I i) { return adjustGamma(i, {2.2}); }},
         {"solarize", {{"threshold", 100}}, [](I i) { return solarize(i, {100}); }},
         {"negative", {}, [](I i) { return negative(i); }},
         {"blur", {{"strength", 70}}, [](I i) { return blur(i, {70}); }},
         {"soften", {{"strength", 70}}, [](I i) { return soften(i, {70}); }},
         {"sharpen", {{"strength", 70}}, [](I i) { return sharpen(i, {70}); }},
-        {"mean",
-         {},
-         [](I i) {
-             return convolve(i, {3, 3, std::vector<int32_t>(9, 1), 9, 0, false});
-         }},
+        {"mean", {}, [](I i) { return convolve(i, {3, 3, std::vector(9, 1), 9, 0, false}); }},
         {"edges", {}, [](I i) { return convolve(i, presetFilter("edges")); }},
         {"edgesHorizontal", {}, [](I i) { return convolve(i, presetFilter("edgesHorizontal")); }},
         {"edgesVertical", {}, [](I i) { return convolve(i, presetFilter("edgesVertical")); }},
         {"emboss", {}, [](I i) { return convolve(i, presetFilter("emboss")); }},
     };
 }
+// clang-format on
 
 // A window with the menus installed over a document holding `image`.
 struct Editor {
@@ -174,14 +125,14 @@ struct Editor {
 class EditActionsTest : public QObject {
     Q_OBJECT
   private slots:
-    void everyActionIsTested() {
+    // Filter files and the like go to a test folder, not the user's.
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void actionsMatchTheOperations() {
         std::set<std::string> tested;
         for (const Case& c : cases()) tested.insert(c.id);
         for (const OperationAction& action : operationActions())
             QVERIFY2(tested.count(action.id), action.id);
-    }
-
-    void actionsMatchTheOperations() {
         for (const Image& source : {colourSample(), greySample()}) {
             for (const Case& c : cases()) {
                 Editor editor(source);
@@ -190,82 +141,30 @@ class EditActionsTest : public QObject {
                 QVERIFY(expected);
                 QVERIFY2(sameImage(editor.document->image(), *expected), c.id);
                 QVERIFY(editor.document->isModified());
-                editor.document->undo();
+                editor.menus->actionNamed("undo")->trigger();
                 QVERIFY2(sameImage(editor.document->image(), source), c.id);
-                editor.document->redo();
+                editor.menus->actionNamed("redo")->trigger();
                 QVERIFY2(sameImage(editor.document->image(), *expected), c.id);
             }
         }
     }
 
-    void dialogsRememberTheirChoices() {
+    void undoHistory() {
+        // A new step after an undo drops the steps that were undone; with
+        // "Undo\Enabled" off no step is kept.
         Editor editor(colourSample());
-        editor.trigger("resize", {{"mode", 1}, {"box", 2}, {"resample", false}});
-        QCOMPARE(settings::resizeMode.get(), 1u);
-        QVERIFY(settings::resizeProportional.get());
-        QVERIFY(settings::resizeLetterBox.get());
-        QVERIFY(!settings::resizeResample.get());
-        editor.trigger("resize", {{"mode", 0}, {"box", 0}, {"resample", true}});
-        QVERIFY(!settings::resizeProportional.get());
-        QVERIFY(!settings::resizeLetterBox.get());
-        editor.trigger("colourDepth", {{"palette", 3}, {"dither", 1}});
-        // The next dialog starts from what was chosen last.
-        QTimer::singleShot(0, [] {
-            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            QVERIFY(dialog);
-            QCOMPARE(dialog->findChild<QComboBox*>("palette")->currentIndex(), 3);
-            QCOMPARE(dialog->findChild<QComboBox*>("dither")->currentIndex(), 1);
-            dialog->reject();
-        });
-        editor.menus->actionNamed("colourDepth")->trigger();
-    }
-
-    void undoWalksTheWholeHistory() {
-        const Image source = colourSample();
-        Editor editor(source);
-        std::vector<Image> states{source};
-        for (const char* id : {"mirror", "turnClockwise", "negative"}) {
-            editor.trigger(id, {});
-            states.push_back(editor.document->image());
-        }
-        for (size_t i = states.size() - 1; i-- > 0;) {
-            QVERIFY(editor.menus->actionNamed("undo")->isEnabled());
-            editor.menus->actionNamed("undo")->trigger();
-            QVERIFY(sameImage(editor.document->image(), states[i]));
-        }
-        QVERIFY(!editor.menus->actionNamed("undo")->isEnabled());
-        for (size_t i = 1; i < states.size(); ++i) {
-            editor.menus->actionNamed("redo")->trigger();
-            QVERIFY(sameImage(editor.document->image(), states[i]));
-        }
-        // A new step after an undo drops the steps that were undone.
+        for (const char* id : {"mirror", "turnClockwise"}) editor.trigger(id, {});
         editor.document->undo();
         editor.trigger("flip", {});
         QVERIFY(!editor.document->canRedo());
-    }
-
-    void undoDisabledKeepsNoSteps() {
+        editor.document->undo();
+        editor.document->undo();
+        QVERIFY(sameImage(editor.document->image(), colourSample()));
         settings::undoEnabled.set(false);
-        Editor editor(colourSample());
-        editor.trigger("mirror", {});
-        QVERIFY(!editor.document->canUndo());
-        QVERIFY(!editor.menus->actionNamed("undo")->isEnabled());
-        settings::undoEnabled.set(true);
-    }
-
-    void cropTakesTheSelection() {
-        const Image source = colourSample();
-        Editor editor(source);
-        QVERIFY(!editor.menus->actionNamed("crop")->isEnabled());
-        const QRect selection(5, 3, 10, 8);
-        editor.menus->setSelection(selection);
-        editor.trigger("crop", {});
-        QCOMPARE(toQImage(editor.document->image()), toQImage(source).copy(selection));
-        // A selection reaching past the picture is cut to it.
-        editor.menus->setSelection(QRect(4, 2, 100, 100));
-        editor.trigger("crop", {});
-        QCOMPARE(editor.document->image().width(), 6u);
-        QCOMPARE(editor.document->image().height(), 6u);
+        Editor off(colourSample());
+        off.trigger("mirror", {});
+        QVERIFY(!off.menus->actionNamed("undo")->isEnabled());
+        settings::undoEnabled.reset();
     }
 
     void editorsApplyTheirContent() {
@@ -281,7 +180,6 @@ class EditActionsTest : public QObject {
         const OpResult expected =
             convolve(source, {3, 3, {0, -1, 0, -1, 5, -1, 0, -1, 0}, 1, 0, false});
         QVERIFY(sameImage(editor.document->image(), *expected));
-        QCOMPARE(settings::filterSelectedFilter.get(), std::string("sharp"));
 
         // An edited palette entry recolours the pixels that use it.
         Editor palette(greySample());
@@ -296,7 +194,6 @@ class EditActionsTest : public QObject {
         const QImage shown = toQImage(palette.document->image());
         QCOMPARE(shown.pixel(0, 0), qRgb(255, 0, 0));
         QCOMPARE(shown.pixel(1, 0), toQImage(greySample()).pixel(1, 0));
-        QVERIFY(palette.document->canUndo());
     }
 
     void clipboardRoundTrip() {
@@ -305,11 +202,8 @@ class EditActionsTest : public QObject {
             editor.menus->actionNamed("copy")->trigger();
             editor.document->apply(colourSample(5, 5), "Other");
             editor.menus->actionNamed("paste")->trigger();
-            QVERIFY(sameImage(editor.document->image(), source) ||
-                    toQImage(editor.document->image()) == toQImage(source));
+            QCOMPARE(toQImage(editor.document->image()), toQImage(source));
             QCOMPARE(editor.document->image().bitsPerPixel(), source.bitsPerPixel());
-            editor.document->undo();
-            QCOMPARE(editor.document->image().width(), 5u);
         }
     }
 };
