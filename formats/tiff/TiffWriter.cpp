@@ -178,8 +178,11 @@ void PageWriter::writeStrip(const uint8_t* rows, uint32_t count, uint64_t rowByt
             jpeg_compress_struct& c = jpeg_->compressor.cinfo;
             jpeg_->destination.attach(&c, out_);
             c.image_height = count;
-            for (uint32_t r = 0; r < count; ++r)
-                jpeg_->rows[r] = const_cast<uint8_t*>(rows + r * rowBytes);
+            // Without `rows` the caller has pointed the row list at its rows.
+            if (rows != nullptr) {
+                for (uint32_t r = 0; r < count; ++r)
+                    jpeg_->rows[r] = const_cast<uint8_t*>(rows + r * rowBytes);
+            }
             guarded(jpeg_->compressor.state, [&] {
                 jpeg_start_compress(&c, TRUE);
                 while (c.next_scanline < count)
@@ -315,6 +318,9 @@ void PageWriter::page(const Image& image, uint32_t index, uint32_t total,
         coder_ = std::make_unique<PackBitsEncoder>();
     else if (compression_ != 1 && compression_ != 7)
         coder_ = makeTiffFaxEncoder(compression_, t4_, t6_, width_);
+    // The JPEG library takes 24-bit rows in their stored blue, green, red
+    // order straight from the image, without a copy.
+    const bool bgrJpeg = compression_ == 7 && depth == 24 && samples_ == 3;
     jpeg_.reset();
     if (compression_ == 7) {
         jpeg_ = std::make_unique<JpegStrips>();
@@ -323,7 +329,7 @@ void PageWriter::page(const Image& image, uint32_t index, uint32_t total,
         c.image_width = width_;
         c.image_height = uint32_t(rowsPerStrip);
         c.input_components = int(samples_);
-        c.in_color_space = samples_ == 1 ? JCS_GRAYSCALE : JCS_RGB;
+        c.in_color_space = samples_ == 1 ? JCS_GRAYSCALE : bgrJpeg ? JCS_EXT_BGR : JCS_RGB;
         guarded(jpeg_->compressor.state, [&] {
             jpeg_set_defaults(&c);
             jpeg_set_quality(&c, 75, TRUE);
@@ -339,6 +345,14 @@ void PageWriter::page(const Image& image, uint32_t index, uint32_t total,
     counts_.clear();
     for (uint32_t top = 0; top < height; top += uint32_t(rowsPerStrip)) {
         const uint32_t rows = uint32_t(std::min<uint64_t>(rowsPerStrip, height - top));
+        if (bgrJpeg) {
+            for (uint32_t r = 0; r < rows; ++r) {
+                jpeg_->rows[r] = const_cast<uint8_t*>(image.plane.row(top + r));
+                if (progressCancelled(progress, top + r + 1, height)) throw OUTFILEERROR::Cancelled;
+            }
+            writeStrip(nullptr, rows, rowBytes);
+            continue;
+        }
         for (uint32_t r = 0; r < rows; ++r) {
             const uint32_t y = top + r;
             const uint8_t* in = image.plane.row(y);
