@@ -91,6 +91,17 @@ class PageWriter {
     bool ycbcr_ = false;
     uint32_t t4_ = 0, t6_ = 0;
     std::vector<uint32_t> offsets_, counts_;
+    // The page's stream coder (LZW, Deflate, PackBits or fax), made once and
+    // reset for every strip: its tables and buffers are set up once per page,
+    // not once per strip.
+    std::unique_ptr<StreamEncoder> coder_;
+    // The page's JPEG compressor, likewise made once per page.
+    struct JpegStrips {
+        JpegCompressor compressor{nullptr};
+        JpegOutFileDestination destination;
+        std::vector<JSAMPROW> rows;
+    };
+    std::unique_ptr<JpegStrips> jpeg_;
 };
 
 void PageWriter::add(uint16_t tag, uint16_t type, std::span<const uint32_t> values) {
@@ -157,72 +168,62 @@ void PageWriter::writeStrip(const uint8_t* rows, uint32_t count, uint64_t rowByt
     if (start > 0xFFFFFFF0) throw OUTFILEERROR::WriteFailed;
     offsets_.push_back(uint32_t(start));
     const size_t length = size_t(rowBytes) * count;
-    OutFileSink sink(out_);
     switch (compression_) {
         case 1:
             out_.write(rows, length);
             break;
-        case 32773: {
-            PackBitsEncoder encoder;
-            encoder.attach(&sink);
-            for (uint32_t r = 0; r < count; ++r) encoder.encode(rows + r * rowBytes, rowBytes);
-            encoder.finish();
-            encoder.close();
-            break;
-        }
-        case 5: {
-            LzwEncoder encoder(8, true);
-            encoder.attach(&sink);
-            encoder.reset();
-            encoder.encode(rows, length);
-            encoder.finish();
-            encoder.close();
-            break;
-        }
-        case 8: {
-            ZipEncoder encoder(6);
-            encoder.attach(&sink);
-            encoder.reset();
-            encoder.encode(rows, length);
-            encoder.finish();
-            encoder.close();
-            break;
-        }
         case 7: {
-            JpegCompressor compressor(nullptr);
-            JpegOutFileDestination destination;
-            jpeg_compress_struct& c = compressor.cinfo;
-            destination.attach(&c, out_);
-            c.image_width = width_;
+            // Every strip is a complete JPEG stream (tables included) from
+            // the page's one compressor, whose parameters were set once.
+            jpeg_compress_struct& c = jpeg_->compressor.cinfo;
+            jpeg_->destination.attach(&c, out_);
             c.image_height = count;
-            c.input_components = int(samples_);
-            c.in_color_space = samples_ == 1 ? JCS_GRAYSCALE : JCS_RGB;
-            guarded(compressor.state, [&] {
-                jpeg_set_defaults(&c);
-                jpeg_set_quality(&c, 75, TRUE);
-                c.write_JFIF_header = FALSE;
-                c.write_Adobe_marker = FALSE;
-                jpeg_start_compress(&c, TRUE);
-            });
-            for (uint32_t r = 0; r < count; ++r) {
-                JSAMPROW row = const_cast<uint8_t*>(rows + r * rowBytes);
-                guarded(compressor.state, [&] { jpeg_write_scanlines(&c, &row, 1); });
+            // Without `rows` the caller has pointed the row list at its rows.
+            if (rows != nullptr) {
+                for (uint32_t r = 0; r < count; ++r)
+                    jpeg_->rows[r] = const_cast<uint8_t*>(rows + r * rowBytes);
             }
-            guarded(compressor.state, [&] { jpeg_finish_compress(&c); });
+            guarded(jpeg_->compressor.state, [&] {
+                jpeg_start_compress(&c, TRUE);
+                while (c.next_scanline < count)
+                    jpeg_write_scanlines(&c, jpeg_->rows.data() + c.next_scanline,
+                                         count - c.next_scanline);
+                jpeg_finish_compress(&c);
+            });
             break;
         }
         default: {
-            std::unique_ptr<StreamEncoder> encoder =
-                makeTiffFaxEncoder(compression_, t4_, t6_, width_);
-            encoder->attach(&sink);
-            encoder->reset();
-            for (uint32_t r = 0; r < count; ++r) encoder->encode(rows + r * rowBytes, rowBytes);
-            encoder->finish();
-            encoder->close();
+            OutFileSink sink(out_);
+            coder_->attach(&sink);
+            coder_->reset();
+            if (compression_ == 5 || compression_ == 8) {
+                coder_->encode(rows, length);
+            } else {
+                // PackBits and the fax coders take one row per call.
+                for (uint32_t r = 0; r < count; ++r) coder_->encode(rows + r * rowBytes, rowBytes);
+            }
+            coder_->finish();
+            coder_->close();
             break;
         }
     }
     counts_.push_back(uint32_t(out_.tell() - start));
+}
+
+// Horizontal differencing of 8-bit samples, in place: each sample less the
+// one `samples` bytes before it. The row is walked from its end in blocks of
+// 16 bytes, each loaded whole before it is stored, so every subtraction sees
+// the original values and the block loop compiles to vector code.
+void applyPredictor(uint8_t* row, size_t rowBytes, size_t samples) {
+    size_t i = rowBytes;
+    for (; i >= samples + 16; i -= 16) {
+        uint8_t current[16], previous[16];
+        std::memcpy(current, row + i - 16, 16);
+        std::memcpy(previous, row + i - 16 - samples, 16);
+        for (size_t k = 0; k < 16; ++k) current[k] = uint8_t(current[k] - previous[k]);
+        std::memcpy(row + i - 16, current, 16);
+    }
+    for (; i > samples; --i) row[i - 1] = uint8_t(row[i - 1] - row[i - 1 - samples]);
 }
 
 bool isGreyRamp(const Image& image) {
@@ -308,6 +309,35 @@ void PageWriter::page(const Image& image, uint32_t index, uint32_t total,
     if (compression_ == 7) rowsPerStrip = (rowsPerStrip + 15) / 16 * 16;
     rowsPerStrip = std::min<uint64_t>(rowsPerStrip, height);
 
+    coder_.reset();
+    if (compression_ == 5)
+        coder_ = std::make_unique<LzwEncoder>(8, true);
+    else if (compression_ == 8)
+        coder_ = std::make_unique<ZipEncoder>(6);
+    else if (compression_ == 32773)
+        coder_ = std::make_unique<PackBitsEncoder>();
+    else if (compression_ != 1 && compression_ != 7)
+        coder_ = makeTiffFaxEncoder(compression_, t4_, t6_, width_);
+    // The JPEG library takes 24-bit rows in their stored blue, green, red
+    // order straight from the image, without a copy.
+    const bool bgrJpeg = compression_ == 7 && depth == 24 && samples_ == 3;
+    jpeg_.reset();
+    if (compression_ == 7) {
+        jpeg_ = std::make_unique<JpegStrips>();
+        jpeg_->rows.resize(size_t(rowsPerStrip));
+        jpeg_compress_struct& c = jpeg_->compressor.cinfo;
+        c.image_width = width_;
+        c.image_height = uint32_t(rowsPerStrip);
+        c.input_components = int(samples_);
+        c.in_color_space = samples_ == 1 ? JCS_GRAYSCALE : bgrJpeg ? JCS_EXT_BGR : JCS_RGB;
+        guarded(jpeg_->compressor.state, [&] {
+            jpeg_set_defaults(&c);
+            jpeg_set_quality(&c, 75, TRUE);
+            c.write_JFIF_header = FALSE;
+            c.write_Adobe_marker = FALSE;
+        });
+    }
+
     // One strip of rows in the stored form.
     std::vector<uint8_t> strip(size_t(rowBytes * rowsPerStrip) + 8);
     std::vector<uint8_t> indices(size_t{width_} + 8);
@@ -315,6 +345,14 @@ void PageWriter::page(const Image& image, uint32_t index, uint32_t total,
     counts_.clear();
     for (uint32_t top = 0; top < height; top += uint32_t(rowsPerStrip)) {
         const uint32_t rows = uint32_t(std::min<uint64_t>(rowsPerStrip, height - top));
+        if (bgrJpeg) {
+            for (uint32_t r = 0; r < rows; ++r) {
+                jpeg_->rows[r] = const_cast<uint8_t*>(image.plane.row(top + r));
+                if (progressCancelled(progress, top + r + 1, height)) throw OUTFILEERROR::Cancelled;
+            }
+            writeStrip(nullptr, rows, rowBytes);
+            continue;
+        }
         for (uint32_t r = 0; r < rows; ++r) {
             const uint32_t y = top + r;
             const uint8_t* in = image.plane.row(y);
@@ -361,10 +399,7 @@ void PageWriter::page(const Image& image, uint32_t index, uint32_t total,
                     break;
                 }
             }
-            if (predictor_) {
-                for (uint64_t i = rowBytes - 1; i >= samples_; --i)
-                    row[i] = uint8_t(row[i] - row[i - samples_]);
-            }
+            if (predictor_) applyPredictor(row, size_t(rowBytes), samples_);
             if (progressCancelled(progress, y + 1, height)) throw OUTFILEERROR::Cancelled;
         }
         writeStrip(strip.data(), rows, rowBytes);
