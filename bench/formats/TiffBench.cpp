@@ -8,7 +8,9 @@
 //
 // A reader's job is the whole picture in memory, and ours builds a fresh
 // Image every time; so libtiff decodes each strip into its place in a
-// whole-page buffer allocated (not cleared) for every run. Its second
+// whole-page buffer allocated for every run the way an Image's pixels are
+// (a PixelBuffer: fresh mapped pages for a block this large, where a plain
+// heap block would come back warm from the last run). Its second
 // argument 1 gives the old figure instead: every strip into one strip-sized
 // buffer that stays in cache, which is kinder to libtiff than any reader can
 // be.
@@ -19,12 +21,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "core/Image.h"
 #include "core/InFile.h"
+#include "core/PixelPlane.h"
 #include "core/SafeOutFile.h"
 #include "formats/SaveOptions.h"
 #include "formats/tiff/TiffReader.h"
@@ -178,13 +181,13 @@ void BM_TiffDecodeLibtiff(benchmark::State& state) {
             TIFFSetField(tif, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
         const size_t stripSize = size_t(TIFFStripSize(tif));
         const tstrip_t strips = TIFFNumberOfStrips(tif);
-        std::unique_ptr<uint8_t[]> page;
+        std::optional<PixelBuffer> page;
         if (oneStrip)
             stripBuffer.resize(stripSize);
         else
-            page = std::make_unique_for_overwrite<uint8_t[]>(stripSize * strips);
+            page.emplace(uint32_t(stripSize * strips), false);
         for (tstrip_t s = 0; s < strips; ++s) {
-            uint8_t* into = oneStrip ? stripBuffer.data() : page.get() + stripSize * s;
+            uint8_t* into = oneStrip ? stripBuffer.data() : page->data() + stripSize * s;
             TIFFReadEncodedStrip(tif, s, into, tsize_t(stripSize));
         }
         uint32_t w = 0, h = 0;
@@ -192,7 +195,7 @@ void BM_TiffDecodeLibtiff(benchmark::State& state) {
         TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &h);
         pixels += uint64_t{w} * h;
         TIFFClose(tif);
-        benchmark::DoNotOptimize(oneStrip ? stripBuffer.data() : page.get());
+        benchmark::DoNotOptimize(oneStrip ? stripBuffer.data() : page->data());
     }
     state.SetLabel(std::string(kCases[state.range(0)].name) +
                    (oneStrip ? " (one strip buffer)" : ""));
