@@ -9,6 +9,8 @@
 // exactly. Throws ZIPERROR.
 #include "codecs/CodeTable.h"
 
+#include <array>
+#include <bit>
 #include <cstring>
 
 #include "codecs/DeflateTables.h"
@@ -20,27 +22,56 @@ namespace {
 constexpr uint32_t kMaxLength = deflate::kMaxBits;
 constexpr uint32_t kMaxSymbols = deflate::kLiteralLengthSymbols;
 
-// The low `length` bits of code in reverse order (length 1 to 15).
-uint32_t reverseBits(uint32_t code, uint32_t length) {
-    code = ((code & 0x5555) << 1) | ((code >> 1) & 0x5555);
-    code = ((code & 0x3333) << 2) | ((code >> 2) & 0x3333);
-    code = ((code & 0x0F0F) << 4) | ((code >> 4) & 0x0F0F);
-    code = ((code & 0x00FF) << 8) | ((code >> 8) & 0x00FF);
-    return code >> (16 - length);
+// The canonical code after `reversed` (a code of `length` bits held
+// bit-reversed, as table slots are indexed), counted in reversed order: the
+// highest clear bit is set and every bit above it cleared. Canonical codes
+// of the next length start where the shorter ones left off, with a zero
+// appended, which in reversed form is the same number; so one counter serves
+// the whole set. Past the last code of a full code space it stays put.
+inline uint32_t nextReversed(uint32_t reversed, uint32_t length) {
+    const uint32_t bit = std::bit_floor(~reversed & ((1u << length) - 1));
+    return (reversed & (bit - 1)) | bit;
 }
 
-CodeEntry entryFor(const CodeSet& set, uint32_t symbol, uint32_t bits) {
-    const auto b = static_cast<uint8_t>(bits);
-    if (symbol < set.simpleCount) {
-        if (symbol < 256) return {b, CodeEntry::kLiteral, static_cast<uint16_t>(symbol)};
-        return {b, CodeEntry::kEndOfBlock, 0};
+constexpr auto literalLengthMeanings() {
+    std::array<CodeEntry, deflate::kLiteralLengthSymbols> m{};
+    for (uint32_t symbol = 0; symbol < m.size(); ++symbol) {
+        const uint32_t index = symbol - (deflate::kEndOfBlock + 1);
+        m[symbol] = symbol < 256    ? CodeEntry{0, CodeEntry::kLiteral, uint16_t(symbol)}
+                    : symbol == 256 ? CodeEntry{0, CodeEntry::kEndOfBlock, 0}
+                    : index < deflate::kLengthCodes
+                        ? CodeEntry{0, deflate::kLengthExtra[index], deflate::kLengthBase[index]}
+                        : CodeEntry{0, CodeEntry::kInvalid, 0};
     }
-    uint32_t index = symbol - set.simpleCount;
-    if (index < set.baseCount) return {b, set.extra[index], set.base[index]};
-    return {b, CodeEntry::kInvalid, 0};
+    return m;
+}
+
+constexpr auto distanceMeanings() {
+    std::array<CodeEntry, deflate::kDistanceCodes> m{};
+    for (uint32_t symbol = 0; symbol < m.size(); ++symbol)
+        m[symbol] = {0, deflate::kDistanceExtra[symbol], deflate::kDistanceBase[symbol]};
+    return m;
+}
+
+constexpr auto codeLengthMeanings() {
+    std::array<CodeEntry, deflate::kCodeLengthCodes> m{};
+    for (uint32_t symbol = 0; symbol < m.size(); ++symbol)
+        m[symbol] = {0, CodeEntry::kLiteral, uint16_t(symbol)};
+    return m;
+}
+
+// A symbol's entry at a level where its code takes `bits` bits.
+inline CodeEntry entryFor(const CodeSet& set, uint32_t symbol, uint32_t bits) {
+    CodeEntry entry = set.meanings[symbol];
+    entry.bits = static_cast<uint8_t>(bits);
+    return entry;
 }
 
 }  // namespace
+
+constexpr std::array<CodeEntry, 288> kLiteralLengthMeanings = literalLengthMeanings();
+constexpr std::array<CodeEntry, 30> kDistanceMeanings = distanceMeanings();
+constexpr std::array<CodeEntry, 19> kCodeLengthMeanings = codeLengthMeanings();
 
 uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
                         const CodeSet& set) {
@@ -66,16 +97,11 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
     if (left > 0 && set.rejectIncomplete && !(total == 1 && counts[1] == 1))
         throw ZIPERROR::IncompleteCodeSet;
 
-    // Symbols in canonical order (by length, then by value), and the first
-    // code of each length.
+    // Symbols in canonical order (by length, then by value).
     uint16_t sorted[kMaxSymbols];
     uint32_t offsets[kMaxLength + 2] = {};
-    uint32_t nextCode[kMaxLength + 1] = {};
-    for (uint32_t length = 1, code = 0; length <= kMaxLength; ++length) {
+    for (uint32_t length = 1; length <= kMaxLength; ++length)
         offsets[length + 1] = offsets[length] + counts[length];
-        code = (code + counts[length - 1]) << 1;
-        nextCode[length] = code;
-    }
     for (uint32_t symbol = 0; symbol < set.count; ++symbol)
         if (set.lengths[symbol] != 0) sorted[offsets[set.lengths[symbol]]++] = uint16_t(symbol);
 
@@ -92,13 +118,16 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
     // invalid.
     table[0] = table[1] = {static_cast<uint8_t>(invalidBits), CodeEntry::kInvalid, 0};
     uint32_t k = 0;
+    uint32_t reversed = 0;  // the next code, bit-reversed
     for (uint32_t length = 1, span = 2; length <= rootBits; ++length) {
         if (length > 1) {
             std::memcpy(table + span, table, span * sizeof(CodeEntry));
             span <<= 1;
         }
-        for (; k < total && set.lengths[sorted[k]] == length; ++k)
-            table[reverseBits(nextCode[length]++, length)] = entryFor(set, sorted[k], length);
+        for (; k < total && set.lengths[sorted[k]] == length; ++k) {
+            table[reversed] = entryFor(set, sorted[k], length);
+            reversed = nextReversed(reversed, length);
+        }
     }
 
     uint32_t used = rootSize;
@@ -112,8 +141,9 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
     for (; k < total; ++k) {
         const uint32_t symbol = sorted[k];
         const uint32_t length = set.lengths[symbol];
-        const uint32_t reversed = reverseBits(nextCode[length]++, length);
-        const uint32_t prefix = reversed & rootMask;
+        const uint32_t code = reversed;
+        reversed = nextReversed(reversed, length);
+        const uint32_t prefix = code & rootMask;
         if (prefix != currentPrefix) {
             // The narrowest sub-table the codes from here on fill.
             uint32_t width = length - rootBits;
@@ -136,7 +166,7 @@ uint32_t buildCodeTable(CodeEntry* table, uint32_t capacity, uint32_t rootBits,
             currentPrefix = prefix;
         }
         const CodeEntry entry = entryFor(set, symbol, length - rootBits);
-        for (uint32_t i = reversed >> rootBits; i < subSize; i += 1u << (length - rootBits))
+        for (uint32_t i = code >> rootBits; i < subSize; i += 1u << (length - rootBits))
             sub[i] = entry;
         --remaining[length];
     }

@@ -15,6 +15,7 @@
 // are fixed arrays sized at the most entries any valid code set needs.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 namespace vivark {
@@ -35,18 +36,22 @@ struct CodeEntry {
 };
 
 // What a table is built from: one code length per symbol (0: unused, at most
-// 15); symbols below simpleCount are literals (256 and above: end of block),
-// the next baseCount take their value and extra bits from base and extra, and
-// any symbol after those is invalid.
+// 15) and what each symbol means (its op and value; the bit count is the
+// builder's).
 struct CodeSet {
     const uint8_t* lengths;
     uint32_t count;
-    uint32_t simpleCount;
-    const uint16_t* base;
-    const uint8_t* extra;
-    uint32_t baseCount;
+    const CodeEntry* meanings;
     bool rejectIncomplete;
 };
+
+// The meanings of the three Deflate alphabets: literal/length symbols 0-287
+// (literals, end of block, length bases with their extra bits, 286 and 287
+// invalid), distance symbols 0-29, and code-length symbols 0-18 (taken as
+// plain values).
+extern const std::array<CodeEntry, 288> kLiteralLengthMeanings;
+extern const std::array<CodeEntry, 30> kDistanceMeanings;
+extern const std::array<CodeEntry, 19> kCodeLengthMeanings;
 
 // Fills `table` (room for `capacity` entries) for the code set; returns the
 // number of entries used. Throws as described above.

@@ -68,7 +68,16 @@ inline EntryWord entryAt(const CodeEntry* table, uint32_t index) {
 inline uint8_t* copyMatch(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint8_t* from = out - distance;
     uint8_t* const end = out + length;
-    if (distance >= 8) {
+    if (length <= 8 && length <= distance) {
+        // The common short match of photographic data: one word holds it and
+        // its source lies wholly before it. Copying more words would load
+        // bytes just stored by this copy, and each such load waits for the
+        // store before it to reach the cache. (The word may overlap its own
+        // destination, so it goes through a register.)
+        uint64_t word;
+        std::memcpy(&word, from, 8);
+        std::memcpy(out, &word, 8);
+    } else if (distance >= 8) {
         // Each word's source lies wholly before its destination. Five words
         // settle most matches without a loop to mispredict; longer ones go on
         // two words a step.
@@ -134,11 +143,10 @@ ZipDecoder::ZipDecoder() : buffer_(new uint8_t[kHistory + kArea + kSlack]()) {
     for (uint32_t i = 144; i < 256; ++i) lengths[i] = 9;
     for (uint32_t i = 256; i < 280; ++i) lengths[i] = 7;
     for (uint32_t i = 280; i < 288; ++i) lengths[i] = 8;
-    fixedLiterals_.build({lengths, deflate::kLiteralLengthSymbols, 257, deflate::kLengthBase,
-                          deflate::kLengthExtra, deflate::kLengthCodes, true});
+    fixedLiterals_.build(
+        {lengths, deflate::kLiteralLengthSymbols, kLiteralLengthMeanings.data(), true});
     for (uint32_t i = 0; i < deflate::kDistanceCodes; ++i) lengths[i] = 5;
-    fixedDistances_.build({lengths, deflate::kDistanceCodes, 0, deflate::kDistanceBase,
-                           deflate::kDistanceExtra, deflate::kDistanceCodes, false});
+    fixedDistances_.build({lengths, deflate::kDistanceCodes, kDistanceMeanings.data(), false});
 }
 
 ZipDecoder::~ZipDecoder() = default;
@@ -343,14 +351,35 @@ void ZipDecoder::readDynamicTables() {
     for (uint32_t i = 0; i < lengthCodeCount; ++i)
         codeLengths[deflate::kCodeLengthOrder[i]] = static_cast<uint8_t>(takeBits(3));
     CodeTable<7, 128> lengthTable;
-    lengthTable.build({codeLengths, deflate::kCodeLengthCodes, deflate::kCodeLengthCodes, nullptr,
-                       nullptr, 0, true});
+    lengthTable.build({codeLengths, deflate::kCodeLengthCodes, kCodeLengthMeanings.data(), true});
 
     uint8_t lengths[286 + 30];
     const uint32_t total = literalCount + distanceCount;
+    const CodeEntry* const table = lengthTable.entries();
+    ByteSource& source = *source_;
     uint32_t previous = 0;
+    uint32_t batch = 0;  // items left that the accumulator is known to hold
     for (uint32_t i = 0; i < total;) {
-        const uint32_t symbol = lookup(lengthTable.entries(), lengthTable.kMask).value;
+        // While eight bytes of the window remain, one word holds the next
+        // three items (a code of at most 7 bits and at most 7 extra bits
+        // each), taken without further checks.
+        if (batch == 0 && source.end - source.cursor >= 8) {
+            bitBuffer_ |= loadWord(source.cursor) << bitCount_;
+            source.cursor += (63 - bitCount_) >> 3;
+            bitCount_ |= 56;
+            batch = 3;
+        }
+        CodeEntry entry;
+        if (batch != 0) {
+            --batch;
+            entry = table[bitBuffer_ & lengthTable.kMask];
+            if (entry.op == CodeEntry::kInvalid) throw ZIPERROR::InvalidData;
+            bitBuffer_ >>= entry.bits;
+            bitCount_ -= entry.bits;
+        } else {
+            entry = lookup(table, lengthTable.kMask);
+        }
+        const uint32_t symbol = entry.value;
         if (symbol < 16) {
             lengths[i++] = static_cast<uint8_t>(symbol);
             previous = symbol;
@@ -370,15 +399,14 @@ void ZipDecoder::readDynamicTables() {
         while (repeat-- != 0) lengths[i++] = static_cast<uint8_t>(previous);
     }
 
-    dynamicLiterals_.build({lengths, literalCount, 257, deflate::kLengthBase, deflate::kLengthExtra,
-                            deflate::kLengthCodes, true});
+    dynamicLiterals_.build({lengths, literalCount, kLiteralLengthMeanings.data(), true});
     // A block of literals alone may give every distance length as 0; its
     // distance codes are then all invalid. Any other incomplete distance set
     // is refused.
     const bool noDistances = std::all_of(lengths + literalCount, lengths + total,
                                          [](uint8_t length) { return length == 0; });
-    dynamicDistances_.build({lengths + literalCount, distanceCount, 0, deflate::kDistanceBase,
-                             deflate::kDistanceExtra, deflate::kDistanceCodes, !noDistances});
+    dynamicDistances_.build(
+        {lengths + literalCount, distanceCount, kDistanceMeanings.data(), !noDistances});
 }
 
 bool ZipDecoder::decodeSymbolCarefully() {
