@@ -162,12 +162,17 @@ std::string alphaRowsOf(const Image& image) {
     return s;
 }
 
+// With a first frame that has a transparent index (`clear`), the canvas
+// starts clear: frame 1 (transparent 1) draws nothing; frames leaving out
+// different indices give 24 bits with an alpha plane, which disposal clears
+// and restores like the colours.
 TEST(GifReader, PageShowsTheCanvasAsAViewerDoes) {
     const struct {
         const char* name;
         int secondDisposal;
         uint32_t page;
-        const char* rows;
+        const char* rows;  // of indices; for a clear first frame, of alpha
+        int clear = -1;
     } cases[] = {
         {"First", 1, 1, "111111/111111/111111/111111/111111/111111/"},
         {"TransparentKeepsCanvas", 1, 2, "111111/112111/122111/111111/111111/111111/"},
@@ -176,13 +181,27 @@ TEST(GifReader, PageShowsTheCanvasAsAViewerDoes) {
         {"RestoreToBackground", 2, 3, "111111/100111/100111/111331/111331/111111/"},
         {"RestoreToPrevious", 3, 3, "111111/111111/111111/111331/111331/111111/"},
         {"PageBeyondTheLastIsTheLast", 1, 9, "111111/112111/122111/111331/111331/111111/"},
+        {"ClearFirst", 1, 1, "000000/000000/000000/000000/000000/000000/", 1},
+        {"ClearLeaveAsIs", 1, 3, "000000/001000/011000/000110/000110/000000/", 1},
+        {"ClearRestoreToBackground", 2, 3, "000000/000000/000000/000110/000110/000000/", 1},
+        {"ClearRestoreToPrevious", 3, 3, "000000/000000/000000/000110/000110/000000/", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        Image image = readGif(gifBytes(threeFrames(c.secondDisposal, false)), c.page);
-        ASSERT_EQ(image.bitsPerPixel(), 8u);
-        EXPECT_EQ(rowsOf(image), c.rows);
+        Image image = readGif(gifBytes(threeFrames(c.secondDisposal, false, c.clear)), c.page);
+        ASSERT_EQ(image.bitsPerPixel(), c.clear < 0 ? 8u : 24u);
+        EXPECT_EQ(image.secondPlaneKind, c.clear < 0 ? SecondPlane::None : SecondPlane::Alpha);
+        EXPECT_EQ(c.clear < 0 ? rowsOf(image) : alphaRowsOf(image), c.rows);
     }
+    // Every frame leaving out index 0: an 8-bit canvas that starts as, and
+    // is restored to, that index rather than the background (3).
+    GifFileLayout same = threeFrames(2, false, 0);
+    same.background = 3;
+    same.frames[2].disposal = 0;
+    same.frames[2].transparent = 0;
+    Image image = readGif(gifBytes(same), 3);
+    EXPECT_EQ(image.transparentIndex, std::optional<uint8_t>(0));
+    EXPECT_EQ(rowsOf(image), "111111/100111/100111/111331/111331/111111/");
 }
 
 // One composer stepped through the frames, forwards and back, shows each
@@ -212,47 +231,6 @@ TEST(GifComposer, SteppingThroughFramesEqualsReadingEachAfresh) {
             }
         }
     }
-}
-
-// A first frame with a transparent index starts a clear canvas. When the
-// frames leave out different indices the canvas is 24 bits with alpha, which
-// the disposals clear and restore like the colours.
-TEST(GifReader, FirstFrameWithTransparencyStartsAClearCanvas) {
-    // Transparent 1: the first frame draws nothing; frame 2 leaves out 0.
-    const struct {
-        int secondDisposal;
-        uint32_t page;
-        const char* alpha;
-    } cases[] = {
-        {1, 1, "000000/000000/000000/000000/000000/000000/"},
-        {1, 2, "000000/001000/011000/000000/000000/000000/"},
-        {0, 3, "000000/001000/011000/000110/000110/000000/"},
-        {1, 3, "000000/001000/011000/000110/000110/000000/"},
-        {2, 3, "000000/000000/000000/000110/000110/000000/"},
-        {3, 3, "000000/000000/000000/000110/000110/000000/"},
-    };
-    for (const auto& c : cases) {
-        for (bool localTable : {false, true}) {
-            SCOPED_TRACE(testing::Message() << "disposal " << c.secondDisposal << " page " << c.page
-                                            << " local " << localTable);
-            const std::string bytes = gifBytes(threeFrames(c.secondDisposal, localTable, 1));
-            Image image = readGif(bytes, c.page);
-            ASSERT_EQ(image.bitsPerPixel(), 24u);
-            ASSERT_EQ(image.secondPlaneKind, SecondPlane::Alpha);
-            EXPECT_EQ(alphaRowsOf(image), c.alpha);
-            EXPECT_FALSE(image.transparentIndex.has_value());
-        }
-    }
-    // Every frame leaving out index 0: an 8-bit canvas of that index.
-    GifFileLayout same = threeFrames(2, false, 0);
-    same.background = 3;
-    same.frames[2].disposal = 0;
-    same.frames[2].transparent = 0;
-    Image image = readGif(gifBytes(same), 3);
-    ASSERT_EQ(image.bitsPerPixel(), 8u);
-    EXPECT_EQ(image.transparentIndex, std::optional<uint8_t>(0));
-    EXPECT_EQ(image.secondPlaneKind, SecondPlane::None);
-    EXPECT_EQ(rowsOf(image), "111111/100111/100111/111331/111331/111111/");
 }
 
 TEST(GifReader, FrameWithItsOwnTableGivesA24BitCanvas) {
