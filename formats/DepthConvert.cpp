@@ -76,6 +76,8 @@ class ColourIndex {
         palette_[count_] = c;
         return static_cast<int>(count_++);
     }
+    // An entry of its own for `c`, which no later indexOf answers.
+    void reserve(Colour c) { palette_[count_++] = c; }
     uint32_t count() const { return count_; }
     const Palette& palette() const { return palette_; }
 
@@ -92,6 +94,23 @@ class ColourIndex {
     uint32_t count_ = 0;
 };
 
+// Whether the image has an alpha plane of clear and opaque pixels only,
+// with at least one clear one.
+bool hasClearAndOpaqueOnly(const Image& image) {
+    if (image.secondPlaneKind != SecondPlane::Alpha || image.secondPlane.width() != image.width() ||
+        image.secondPlane.height() != image.height() || image.secondPlane.bitsPerPixel() != 8)
+        return false;
+    bool clear = false;
+    for (uint32_t y = 0; y < image.height(); ++y) {
+        const uint8_t* alpha = image.secondPlane.row(y);
+        for (uint32_t x = 0; x < image.width(); ++x) {
+            if (alpha[x] != 0 && alpha[x] != 255) return false;
+            clear |= alpha[x] == 0;
+        }
+    }
+    return clear;
+}
+
 }  // namespace
 
 std::optional<Image> exactPalette(const Image& image, uint32_t maxColours) {
@@ -101,6 +120,12 @@ std::optional<Image> exactPalette(const Image& image, uint32_t maxColours) {
     const bool indexed = image.hasPalette();
     if (!indexed && image.bitsPerPixel() != 24) return std::nullopt;
     auto index = std::make_unique<ColourIndex>();
+    // Clear pixels share entry 0 (black, whatever colour they hold).
+    const bool clearEntry = !indexed && hasClearAndOpaqueOnly(image);
+    if (clearEntry) {
+        if (maxColours < 2) return std::nullopt;
+        index->reserve(rgb(0, 0, 0));
+    }
     // A palette image: each entry in use maps to its colour's new index.
     std::array<int16_t, 256> entryMap;
     entryMap.fill(-1);
@@ -121,7 +146,12 @@ std::optional<Image> exactPalette(const Image& image, uint32_t maxColours) {
             }
         } else {
             const uint8_t* bgr = image.plane.row(y);
+            const uint8_t* alpha = clearEntry ? image.secondPlane.row(y) : nullptr;
             for (uint32_t x = 0; x < width; ++x, bgr += 3) {
+                if (alpha && alpha[x] == 0) {
+                    row[x] = 0;
+                    continue;
+                }
                 const int i = index->indexOf(rgb(bgr[2], bgr[1], bgr[0]), maxColours);
                 if (i < 0) return std::nullopt;
                 row[x] = static_cast<uint8_t>(i);
@@ -132,6 +162,11 @@ std::optional<Image> exactPalette(const Image& image, uint32_t maxColours) {
     out.paletteCount = index->count();
     out.colourCount = index->count();
     out.transparentIndex.reset();
+    if (clearEntry) {
+        out.transparentIndex = 0;
+        out.secondPlane = PixelPlane();
+        out.secondPlaneKind = SecondPlane::None;
+    }
     // The transparent entry survives only when no other entry in use shares
     // its colour (two entries of one colour became one index).
     if (indexed && image.transparentIndex && entryMap[*image.transparentIndex] >= 0) {

@@ -26,7 +26,10 @@ Image expandToTrueColour(const Image& image);
 // keeps every colour, even two that differ by one level. The result has 8
 // bits a pixel and the colours in order of first appearance (bottom row
 // first); nothing when there are more colours. A transparent index is kept
-// when its colour stays on its own.
+// when its colour stays on its own. A 24-bit image whose alpha plane is only
+// clear or opaque (a GIF animation's canvas, a PNG with one transparent
+// colour) gets entry 0 as its transparent index, for all its clear pixels,
+// and no alpha plane: that entry counts among the `maxColours`.
 std::optional<Image> exactPalette(const Image& image, uint32_t maxColours);
 
 // A 1-bit image of a palette image whose valid entries are all black or

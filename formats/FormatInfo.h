@@ -19,6 +19,11 @@ struct FormatInfo {
     uint8_t bitsPerSample = 0;
     bool hasAlpha = false;
     bool indexed = false;
+    // Where one tag covers kinds of file that users tell apart, the tag of
+    // the writer whose name fits this file ("BMP " covers OS/2 bitmaps and
+    // Windows bitmaps of the newer headers; the latter are named by "BMPW");
+    // 0 when the tag itself names it.
+    FormatTag namedAs = 0;
 };
 
 }  // namespace vivark

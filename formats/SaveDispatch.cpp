@@ -129,6 +129,13 @@ Image convertForWriter(const Image& image, const WriterEntry& writer, const Save
         return toBlackAndWhite(image, options, progress);
     if (writer.colourNeed == ColourNeed::Grey && !image.isGrey())
         throw SAVEERROR::NeedsColourReduction;
+    // A transparent index that the format cannot name lives on as alpha
+    // where the format stores alpha beside true colour (Targa, TIFF, SGI):
+    // a transparent GIF stays transparent there, as other tools convert it.
+    if (image.transparentIndex && image.secondPlaneKind == SecondPlane::None &&
+        !(writer.keeps & kKeepsTransparentIndex) && (writer.keeps & kKeepsAlpha) &&
+        takesTrueColour(writer, options))
+        return expandToTrueColour(image);
     if (writer.accepts(bits)) return image;
     for (uint32_t wider : {4u, 8u})
         if (wider > bits && writer.accepts(wider)) return widenIndices(image, wider);

@@ -12,7 +12,11 @@
 // user's general reduction choice; the other Dither keys belong to the
 // viewer's display); a format of one bit gets a black-and-white conversion
 // with that dither type. A writer whose 24-bit form is an option (its
-// trueColourKey) gets 24 bits only when that option is on.
+// trueColourKey) gets 24 bits only when that option is on. A palette image's
+// transparent index goes to a writer that stores alpha but no transparent
+// index as a 24-bit image with alpha; a 24-bit image whose alpha is only
+// clear or opaque goes to a palette writer with a transparent index
+// (DepthConvert.h).
 //
 // Failures: SAVEERROR::NeedsColourReduction when colour would have to become
 // grey (grey conversion is an editing step), the writer's own errors,

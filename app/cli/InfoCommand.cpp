@@ -117,13 +117,16 @@ Described describe(const std::string& path, bool check) {
     d.info = result.info;
     d.animation = image.animation;
     // A variant's tag names it more closely than its family ("BMPW" is a
-    // Windows Bitmap): the writer of that exact tag gives the name, if any.
-    // A family with one writer keeps its own name (TIFF's writer has the
-    // converter's wording, not the format's).
+    // Windows Bitmap): the writer of that exact tag gives the name, if any,
+    // or the writer the identify test names where the tag is shared ("BMP "
+    // with a version 5 header is a Windows Bitmap too). A family with one
+    // writer keeps its own name (TIFF's writer has the converter's wording,
+    // not the format's).
     if (d.identified) {
         d.formatName = result.format->name;
+        const FormatTag naming = d.info.namedAs != 0 ? d.info.namedAs : d.info.formatTag;
         for (const WriterEntry& writer : result.format->writers)
-            if (writer.formatTag == d.info.formatTag && result.format->writers.size() > 1)
+            if (writer.formatTag == naming && result.format->writers.size() > 1)
                 d.formatName = writer.menuName;
     }
     if (result.completed) {

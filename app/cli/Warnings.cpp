@@ -44,7 +44,12 @@ std::vector<std::string> lossesOf(const Image& source, const Image& converted,
     std::vector<std::string> losses;
     const std::string format(writer.menuName);
     const bool keepsAlpha = writer.keeps & kKeepsAlpha;
-    if (source.secondPlaneKind == SecondPlane::Alpha && !keepsAlpha)
+    // Alpha of clear and opaque pixels only lives on as a transparent index
+    // where the save path made a palette image of it (DepthConvert.h).
+    const bool alphaAsIndex = writer.keeps & kKeepsTransparentIndex && converted.hasPalette() &&
+                              converted.transparentIndex &&
+                              converted.secondPlaneKind == SecondPlane::None;
+    if (source.secondPlaneKind == SecondPlane::Alpha && !keepsAlpha && !alphaAsIndex)
         losses.push_back("alpha dropped: " + format + " cannot store it");
     if (source.secondPlaneKind == SecondPlane::AndMask)
         losses.push_back("icon mask dropped: not carried over to " + format);

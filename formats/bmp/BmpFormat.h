@@ -98,6 +98,14 @@ inline constexpr uint32_t kV5HeaderSize = 124;
 // No header is longer than this; the rest of a longer one is skipped.
 inline constexpr uint32_t kMaxHeaderSize = 4096;
 
+// The header sizes only Windows writes: its 40-byte header, the 52- and
+// 56-byte ones with masks, version 4 and 5 (108, 124) and anything longer
+// than the OS/2 2.x header's 64 bytes. The others (12, 16 to 64) are OS/2's.
+constexpr bool isWindowsHeaderSize(uint32_t size) {
+    return size == kInfoHeaderSize || size == 52 || size == 56 || size == kV4HeaderSize ||
+           size == kV5HeaderSize || size > kOs2HeaderSize;
+}
+
 enum Compression : uint32_t {
     kNone = 0,
     kRle8 = 1,

@@ -10,7 +10,9 @@
 // 32. Icons ("IC", Windows icons and cursors) and "PT" pointers stack image and
 // mask, so their height is halved. Tags: "BMP ", or "BMPW" for a "BM" file with
 // a 40-byte header and compression below 4; "ICO " ("IC", "CI"), "ICOW",
-// "CUR ", "PTR " ("PT", "CP"). An array reports its first element's tag. A
+// "CUR ", "PTR " ("PT", "CP"). A "BMP " file whose header only Windows writes
+// (version 4 and 5 among them) is named as a Windows bitmap through
+// FormatInfo::namedAs. An array reports its first element's tag. A
 // Windows icon or cursor is measured by the entry its reader shows first (the
 // largest, then the deepest); an entry stored as PNG by its directory entry.
 #include <algorithm>
@@ -50,7 +52,13 @@ bool measureHeader(InFile& file, FormatInfo& found, bool halveHeight, bool wideT
     found.width = static_cast<uint32_t>(width);
     found.height = static_cast<uint32_t>(height);
     found.bitsPerPixel = bitCount;
-    if (wideTag && headerSize == 40 && compression < 4) found.formatTag = makeTag("BMPW");
+    if (wideTag && headerSize == 40 && compression < 4) {
+        found.formatTag = bmp::kTagWindowsBitmap;
+    } else if (wideTag && bmp::isWindowsHeaderSize(headerSize)) {
+        // Still tagged "BMP ", but only Windows writes such a header (version
+        // 4 and 5 among them): the file is named a Windows bitmap.
+        found.namedAs = bmp::kTagWindowsBitmap;
+    }
     return true;
 }
 
@@ -117,6 +125,7 @@ bool measureFile(InFile& file, FormatInfo& found, bool insideArray) {
 bool identifyBmp(InFile& file, FormatInfo* info) {
     FormatInfo found;
     if (!measureFile(file, found, false)) return false;
+    if (info != nullptr) info->namedAs = found.namedAs;
     return accept(info, found.width, found.height, found.bitsPerPixel, found.formatTag);
 }
 

@@ -20,11 +20,6 @@ namespace vivark {
 namespace bmp {
 namespace {
 
-bool isWindowsHeaderSize(uint32_t size) {
-    return size == kInfoHeaderSize || size == 52 || size == 56 || size == kV4HeaderSize ||
-           size == kV5HeaderSize || size > kOs2HeaderSize;
-}
-
 void checkCompression(const BmpHeader& h) {
     switch (h.compression) {
         case kNone:

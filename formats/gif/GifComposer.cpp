@@ -35,6 +35,14 @@ bool oneTable(const Screen& screen) {
     return true;
 }
 
+// Whether every frame leaves out the same index `index`: then no frame can
+// draw that index, and it can stand for "transparent" on an 8-bit canvas.
+bool sameTransparentIndex(const Screen& screen, int32_t index) {
+    for (const Frame& frame : screen.frames)
+        if (frame.transparentIndex != index) return false;
+    return true;
+}
+
 }  // namespace
 
 GifComposer::GifComposer(InFile& file, const Screen& screen, const Limits& limits)
@@ -43,11 +51,21 @@ GifComposer::GifComposer(InFile& file, const Screen& screen, const Limits& limit
     const Frame& first = screen.frames[0];
     const uint32_t width = std::max<uint32_t>(screen.width, first.left + first.width);
     const uint32_t height = std::max<uint32_t>(screen.height, first.top + first.height);
-    const uint32_t bits = oneTable(screen) ? 8 : 24;
+    const bool transparent = first.transparentIndex >= 0;
+    const bool indexed =
+        oneTable(screen) && (!transparent || sameTransparentIndex(screen, first.transparentIndex));
+    const uint32_t bits = indexed ? 8 : 24;
     if (width == 0 || height == 0 || !limits.allows(width, height, bits))
         throw IMAGEERROR::TooLarge;
     canvas_ = Image(width, height, bits, false);
     bytesPerPixel_ = bits / 8;
+    if (transparent && indexed) {
+        clearIndex_ = first.transparentIndex;
+        canvas_.transparentIndex = static_cast<uint8_t>(clearIndex_);
+    } else if (transparent) {
+        canvas_.secondPlane = PixelPlane(width, height, 8, false);
+        canvas_.secondPlaneKind = SecondPlane::Alpha;
+    }
     if (bits == 8) {
         for (uint32_t i = 0; i < 256; ++i) canvas_.palette[i] = first.table[i];
         canvas_.paletteCount = 256;
@@ -67,14 +85,18 @@ void GifComposer::fillRect(uint32_t left, uint32_t top, uint32_t w, uint32_t h) 
     const uint32_t width = canvas_.width(), height = canvas_.height();
     const Colour colour = screen_.hasGlobal ? screen_.global[screen_.background] : rgb(0, 0, 0);
     const uint8_t bgr[3] = {blueOf(colour), greenOf(colour), redOf(colour)};
+    const uint8_t fill = clearIndex_ >= 0 ? static_cast<uint8_t>(clearIndex_) : screen_.background;
+    const bool alpha = canvas_.secondPlaneKind == SecondPlane::Alpha;
     for (uint32_t y = top; y < std::min(top + h, height); ++y) {
         uint8_t* out = canvas_.plane.mutableRow(y);
         const uint32_t end = std::min(left + w, width);
+        if (end <= left) continue;
         if (bytesPerPixel_ == 1) {
-            if (end > left) std::memset(out + left, screen_.background, end - left);
+            std::memset(out + left, fill, end - left);
         } else {
             for (uint32_t x = left; x < end; ++x) std::memcpy(out + 3 * x, bgr, 3);
         }
+        if (alpha) std::memset(canvas_.secondPlane.mutableRow(y) + left, 0, end - left);
     }
 }
 
@@ -87,11 +109,13 @@ void GifComposer::drawFrame(const Frame& frame, const ReadOptions* progress) {
     decoder->reset();
     const uint32_t canvasWidth = canvas_.width();
     const bool direct = bytesPerPixel_ == 1;
+    const bool alpha = canvas_.secondPlaneKind == SecondPlane::Alpha;
     for (uint32_t i = 0; i < frame.height; ++i) {
         decoder->decode(row_.data(), frame.width);
         const uint32_t y = frame.top + storedRow(i, frame.height, frame.interlaced);
         if (y < canvas_.height() && frame.left < canvasWidth) {
             uint8_t* out = canvas_.plane.mutableRow(y);
+            uint8_t* opacity = alpha ? canvas_.secondPlane.mutableRow(y) : nullptr;
             const uint32_t count = std::min(frame.width, canvasWidth - frame.left);
             for (uint32_t x = 0; x < count; ++x) {
                 const uint8_t index = row_[x];
@@ -104,6 +128,7 @@ void GifComposer::drawFrame(const Frame& frame, const ReadOptions* progress) {
                     out[3 * cx] = blueOf(c);
                     out[3 * cx + 1] = greenOf(c);
                     out[3 * cx + 2] = redOf(c);
+                    if (opacity) opacity[cx] = 255;
                 }
             }
         }
@@ -123,9 +148,14 @@ void GifComposer::dispose(const Frame& frame) {
     if (frame.disposal == 2) {
         fillRect(left, top, w, h);
     } else if (frame.disposal == 3) {
-        for (uint32_t y = 0; y < h; ++y)
+        const bool alpha = canvas_.secondPlaneKind == SecondPlane::Alpha;
+        for (uint32_t y = 0; y < h; ++y) {
             std::memcpy(canvas_.plane.mutableRow(top + y) + left * bytesPerPixel_,
                         &saved_[y * rowBytes], rowBytes);
+            if (alpha)
+                std::memcpy(canvas_.secondPlane.mutableRow(top + y) + left,
+                            &savedAlpha_[size_t{y} * w], w);
+        }
     }
 }
 
@@ -148,10 +178,16 @@ void GifComposer::composeTo(uint32_t page, const ReadOptions& options) {
                 const uint32_t w = std::min(frame.width, width - left);
                 const uint32_t h = std::min(frame.height, height - top);
                 const size_t rowBytes = size_t{w} * bytesPerPixel_;
+                const bool alpha = canvas_.secondPlaneKind == SecondPlane::Alpha;
                 saved_.resize(rowBytes * h);
-                for (uint32_t y = 0; y < h; ++y)
+                savedAlpha_.resize(alpha ? size_t{w} * h : 0);
+                for (uint32_t y = 0; y < h; ++y) {
                     std::memcpy(&saved_[y * rowBytes],
                                 canvas_.plane.row(top + y) + left * bytesPerPixel_, rowBytes);
+                    if (alpha)
+                        std::memcpy(&savedAlpha_[size_t{y} * w],
+                                    canvas_.secondPlane.row(top + y) + left, w);
+                }
             }
             drawFrame(frame, drawn_ + 1 == target ? &options : nullptr);
             ++drawn_;

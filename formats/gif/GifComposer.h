@@ -19,6 +19,14 @@
 // global table's colour at the background index (black without a global
 // table). The depth is the file's, not the frame's, so every frame of one
 // animation has the same depth.
+//
+// A file whose first frame has a transparent index keeps its transparency,
+// as browsers and image tools show such a file: the canvas starts clear, not
+// filled with the background, and "restore to background" clears again. On
+// an 8-bit canvas the clear colour is that index (the canvas's
+// transparentIndex), which needs every frame to leave out that same index so
+// that none can draw it; otherwise the canvas has 24 bits and an alpha plane
+// (0 where nothing is drawn, 255 where a frame drew).
 #pragma once
 
 #include <array>
@@ -83,10 +91,12 @@ class GifComposer {
     const Screen& screen_;
     Image canvas_;
     uint32_t bytesPerPixel_ = 1;
+    int32_t clearIndex_ = -1;     // the transparent index an 8-bit canvas starts with; -1: none
     uint32_t drawn_ = 0;          // frames drawn; the last one's disposal is pending
     bool stale_ = false;          // a failed or cancelled frame left the canvas half drawn
     std::vector<uint8_t> saved_;  // what a "restore to previous" frame covered
-    std::vector<uint8_t> row_;    // one decoded row of a frame
+    std::vector<uint8_t> savedAlpha_;  // and its alpha, on a canvas with alpha
+    std::vector<uint8_t> row_;         // one decoded row of a frame
 };
 
 }  // namespace vivark::gif

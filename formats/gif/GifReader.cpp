@@ -172,12 +172,9 @@ class GifReader final : public ImageReader {
         composer.composeTo(image.pageNumber, options);
         const Image& canvas = composer.canvas();
         image.plane = canvas.plane;
-        // The canvas starts as the background index and transparent pixels
-        // leave it: when the first frame's transparent index is that very
-        // index, the canvas keeps it as the image's transparent index.
-        const gif::Frame& first = screen_.frames[0];
-        if (canvas.bitsPerPixel() == 8 && first.transparentIndex == screen_.background)
-            image.transparentIndex = static_cast<uint8_t>(first.transparentIndex);
+        image.transparentIndex = canvas.transparentIndex;
+        image.secondPlane = canvas.secondPlane;
+        image.secondPlaneKind = canvas.secondPlaneKind;
         if (canvas.bitsPerPixel() == 8) {
             image.palette = canvas.palette;
             image.paletteCount = 256;

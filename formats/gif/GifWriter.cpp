@@ -51,8 +51,10 @@ void writeGif(const Image& image, OutFile& out, const SaveOptions& options,
     uint32_t bits = std::max<uint32_t>(1, bitLength(static_cast<uint8_t>(image.paletteCount - 1)));
     bits = std::max(bits, bitLength(highest));
 
-    // The option names a transparent index; otherwise the image's own, as
-    // the file it came from had it, is kept.
+    // The Transparent option is off unless the user sets it, and then its
+    // index wins. Left off, the image's own transparent index (the one the
+    // file it was loaded from declared) is written: a conversion keeps
+    // transparency, as users of today's tools expect, without an option.
     const bool transparent = options.flag(saveKey::GifTransparent) || image.transparentIndex;
     const uint8_t transparentIndex =
         options.flag(saveKey::GifTransparent)

@@ -340,7 +340,8 @@ void writePng(const Image& image, OutFile& out, const SaveOptions& options,
         }
         chunk.end();
     } else if (paletted && image.transparentIndex && *image.transparentIndex < entriesUsed) {
-        // The image's own transparent index, as the file it came from had it.
+        // The Transparent option left off: the image's own transparent index,
+        // as the file it came from had it, so a conversion keeps transparency.
         chunk.begin(kTrns);
         for (uint32_t i = 0; i <= *image.transparentIndex; ++i)
             chunk.writeByte(i == *image.transparentIndex ? 0 : 0xFF);

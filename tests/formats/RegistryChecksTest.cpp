@@ -428,7 +428,9 @@ TEST(RegistryChecks, AlphaAndTransparentIndexAreKeptByTheFormatsThatStoreThem) {
         saveImage(rgba, ours, *findWriterByExtension(ext), options);
         expectAlpha(rgba, alphaOf(ours), planeAlpha(rgba));
     }
-    for (const char* ext : {"png", "gif", "ico", "cur"}) {
+    // A transparent index: as the index where the format names one, as alpha
+    // where it stores alpha.
+    for (const char* ext : {"png", "gif", "ico", "cur", "tga", "tif", "sgi"}) {
         SCOPED_TRACE(ext);
         const auto ours = dir / (std::string("indexed.") + ext);
         saveImage(indexed, ours, *findWriterByExtension(ext), options);

@@ -10,6 +10,7 @@
 #include "formats/bmp/BmpReader.h"
 #include "formats/bmp/BmpWriter.h"
 #include "formats/pnm/PnmReader.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 #include "support/Throws.h"
 
@@ -94,24 +95,27 @@ TEST(Bmp, EncodeWritesSmallerRleFilesForRunsAndLeavesOtherDepthsAlone) {
     EXPECT_EQ(field(writeToBytes(patternImage(5, 5, 24), writeWindowsBitmap, rle), 30), 0u);
 }
 
-TEST(Bmp, FilesOfIndependentToolsMatchTheirReferencePixmaps) {
+TEST(Bmp, FilesOfIndependentToolsMatchTheirReferencePixmapsAndNames) {
+    constexpr const char* kWindows = "Windows Bitmap";
     const struct {
         const char* bmp;
         const char* reference;
         uint32_t bits;
         const char* tag;
+        const char* name;  // as `vivark info` names the file
     } cases[] = {
-        {"netpbm-win24.bmp", "truecolour.ppm", 24, "BMPW"},
-        {"netpbm-win8.bmp", "palette16.ppm", 8, "BMPW"},
-        {"netpbm-win4.bmp", "palette16.ppm", 4, "BMPW"},
-        {"netpbm-win1.bmp", "mono.pbm", 1, "BMPW"},
-        {"netpbm-os2-8.bmp", "palette16.ppm", 8, "BMP "},
-        {"netpbm-os2-24.bmp", "truecolour.ppm", 24, "BMP "},
-        {"im-rle8.bmp", "palette16.ppm", 8, "BMPW"},
-        {"im-rgb565.bmp", "truecolour.ppm", 24, "BMP "},
-        {"im-rgb555.bmp", "truecolour.ppm", 24, "BMP "},
-        {"im-argb32.bmp", "truecolour.ppm", 24, "BMP "},
-        {"im-icon.ico", "icon16.ppm", 24, "ICOW"},
+        {"netpbm-win24.bmp", "truecolour.ppm", 24, "BMPW", kWindows},
+        {"netpbm-win8.bmp", "palette16.ppm", 8, "BMPW", kWindows},
+        {"netpbm-win4.bmp", "palette16.ppm", 4, "BMPW", kWindows},
+        {"netpbm-win1.bmp", "mono.pbm", 1, "BMPW", kWindows},
+        {"netpbm-os2-8.bmp", "palette16.ppm", 8, "BMP ", "OS/2 Bitmap"},
+        {"netpbm-os2-24.bmp", "truecolour.ppm", 24, "BMP ", "OS/2 Bitmap"},
+        {"im-rle8.bmp", "palette16.ppm", 8, "BMPW", kWindows},
+        // Version 5 headers keep the family's tag but are Windows bitmaps.
+        {"im-rgb565.bmp", "truecolour.ppm", 24, "BMP ", kWindows},
+        {"im-rgb555.bmp", "truecolour.ppm", 24, "BMP ", kWindows},
+        {"im-argb32.bmp", "truecolour.ppm", 24, "BMP ", kWindows},
+        {"im-icon.ico", "icon16.ppm", 24, "ICOW", "Windows Icon"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.bmp);
@@ -119,6 +123,9 @@ TEST(Bmp, FilesOfIndependentToolsMatchTheirReferencePixmaps) {
         const Image reference = readFromBytes(readWholeFile(kGood + c.reference), makePnmReader);
         EXPECT_EQ(image.bitsPerPixel(), c.bits);
         EXPECT_EQ(tagText(image.formatTag), c.tag);
+        std::string info;
+        EXPECT_EQ(runVivark({"info", kGood + c.bmp}, &info), 0);
+        EXPECT_EQ(info.substr(0, info.find(" (")), kGood + c.bmp + ": " + c.name);
         if (std::string(c.bmp).find("565") != std::string::npos ||
             std::string(c.bmp).find("555") != std::string::npos) {
             // Five- and six-bit channels: within one step of the reference.

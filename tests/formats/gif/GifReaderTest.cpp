@@ -1,14 +1,19 @@
 // The GIF reader against files written by giflib (versions, interlace, local
 // tables, transparency, frames offset and beyond the screen, composition of
-// animations) and against hand-built byte sequences for the error paths.
+// animations), against hand-built byte sequences for the error paths, and
+// its transparency through conversions against ImageMagick.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
 
 #include "core/Errors.h"
 #include "formats/gif/GifComposer.h"
 #include "formats/gif/GifReader.h"
 #include "formats/gif/GifTestFiles.h"
+#include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 #include "support/Throws.h"
 
@@ -98,7 +103,7 @@ TEST(GifReader, FirstFrameBeyondTheScreenGrowsTheCanvas) {
 
 // Frame 1 fills a 6x6 screen with 1; frame 2 (2x2 at 1,1, transparent 0)
 // draws 2 except its top-left pixel; frame 3 (2x2 at 3,3) draws 3.
-GifFileLayout threeFrames(int secondDisposal, bool thirdHasLocalTable) {
+GifFileLayout threeFrames(int secondDisposal, bool thirdHasLocalTable, int firstTransparent = -1) {
     GifFileLayout layout;
     layout.width = 6;
     layout.height = 6;
@@ -109,6 +114,7 @@ GifFileLayout threeFrames(int secondDisposal, bool thirdHasLocalTable) {
     GifFrameDesc first = test::gifFrame(0, 0, 6, 6, std::vector<uint8_t>(36, 1));
     first.disposal = 1;
     first.delay = 7;
+    first.transparent = firstTransparent;
     GifFrameDesc second = test::gifFrame(1, 1, 2, 2, {0, 2, 2, 2});
     second.disposal = secondDisposal;
     second.transparent = 0;
@@ -145,12 +151,28 @@ std::string rowsOf(const Image& image) {
     return s;
 }
 
+// The alpha plane as rows of '0' (clear) and '1' (opaque).
+std::string alphaRowsOf(const Image& image) {
+    std::string s;
+    for (uint32_t y = 0; y < image.secondPlane.height(); ++y) {
+        for (uint32_t x = 0; x < image.secondPlane.width(); ++x)
+            s += image.secondPlane.row(y)[x] == 0 ? '0' : '1';
+        s += '/';
+    }
+    return s;
+}
+
+// With a first frame that has a transparent index (`clear`), the canvas
+// starts clear: frame 1 (transparent 1) draws nothing; frames leaving out
+// different indices give 24 bits with an alpha plane, which disposal clears
+// and restores like the colours.
 TEST(GifReader, PageShowsTheCanvasAsAViewerDoes) {
     const struct {
         const char* name;
         int secondDisposal;
         uint32_t page;
-        const char* rows;
+        const char* rows;  // of indices; for a clear first frame, of alpha
+        int clear = -1;
     } cases[] = {
         {"First", 1, 1, "111111/111111/111111/111111/111111/111111/"},
         {"TransparentKeepsCanvas", 1, 2, "111111/112111/122111/111111/111111/111111/"},
@@ -159,13 +181,27 @@ TEST(GifReader, PageShowsTheCanvasAsAViewerDoes) {
         {"RestoreToBackground", 2, 3, "111111/100111/100111/111331/111331/111111/"},
         {"RestoreToPrevious", 3, 3, "111111/111111/111111/111331/111331/111111/"},
         {"PageBeyondTheLastIsTheLast", 1, 9, "111111/112111/122111/111331/111331/111111/"},
+        {"ClearFirst", 1, 1, "000000/000000/000000/000000/000000/000000/", 1},
+        {"ClearLeaveAsIs", 1, 3, "000000/001000/011000/000110/000110/000000/", 1},
+        {"ClearRestoreToBackground", 2, 3, "000000/000000/000000/000110/000110/000000/", 1},
+        {"ClearRestoreToPrevious", 3, 3, "000000/000000/000000/000110/000110/000000/", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        Image image = readGif(gifBytes(threeFrames(c.secondDisposal, false)), c.page);
-        ASSERT_EQ(image.bitsPerPixel(), 8u);
-        EXPECT_EQ(rowsOf(image), c.rows);
+        Image image = readGif(gifBytes(threeFrames(c.secondDisposal, false, c.clear)), c.page);
+        ASSERT_EQ(image.bitsPerPixel(), c.clear < 0 ? 8u : 24u);
+        EXPECT_EQ(image.secondPlaneKind, c.clear < 0 ? SecondPlane::None : SecondPlane::Alpha);
+        EXPECT_EQ(c.clear < 0 ? rowsOf(image) : alphaRowsOf(image), c.rows);
     }
+    // Every frame leaving out index 0: an 8-bit canvas that starts as, and
+    // is restored to, that index rather than the background (3).
+    GifFileLayout same = threeFrames(2, false, 0);
+    same.background = 3;
+    same.frames[2].disposal = 0;
+    same.frames[2].transparent = 0;
+    Image image = readGif(gifBytes(same), 3);
+    EXPECT_EQ(image.transparentIndex, std::optional<uint8_t>(0));
+    EXPECT_EQ(rowsOf(image), "111111/100111/100111/111331/111331/111111/");
 }
 
 // One composer stepped through the frames, forwards and back, shows each
@@ -173,9 +209,12 @@ TEST(GifReader, PageShowsTheCanvasAsAViewerDoes) {
 // 24-bit canvases.
 TEST(GifComposer, SteppingThroughFramesEqualsReadingEachAfresh) {
     for (int disposal : {0, 1, 2, 3}) {
-        for (bool localTable : {false, true}) {
-            SCOPED_TRACE(testing::Message() << "disposal " << disposal << " local " << localTable);
-            const std::string bytes = gifBytes(threeFrames(disposal, localTable));
+        for (int localAndClear : {0, 1, 2, 3}) {
+            const bool localTable = localAndClear & 1;
+            const int firstTransparent = localAndClear & 2 ? 1 : -1;
+            SCOPED_TRACE(testing::Message() << "disposal " << disposal << " local " << localTable
+                                            << " clear " << firstTransparent);
+            const std::string bytes = gifBytes(threeFrames(disposal, localTable, firstTransparent));
             auto file =
                 InFile::overMemory({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
             Image walked;
@@ -188,6 +227,7 @@ TEST(GifComposer, SteppingThroughFramesEqualsReadingEachAfresh) {
                 const Image fresh = readGif(bytes, page);
                 EXPECT_EQ(composer.canvas().bitsPerPixel(), fresh.bitsPerPixel());
                 EXPECT_TRUE(test::samePixels(composer.canvas(), fresh)) << "page " << page;
+                EXPECT_EQ(alphaRowsOf(composer.canvas()), alphaRowsOf(fresh)) << "page " << page;
             }
         }
     }
@@ -238,6 +278,109 @@ TEST(GifReader, HandBuiltStreams) {
     };
     for (const Bad& b : bad)
         EXPECT_EQ(test::thrownBy<GIFERROR>([&] { readGif(b.bytes); }), std::optional(b.error));
+}
+
+// What ImageMagick reads as a file's alpha, top row first (255 everywhere for
+// a file without transparency); empty when it cannot read the file.
+std::vector<uint8_t> alphaByImageMagick(const std::filesystem::path& file) {
+    const std::string pgm = test::commandOutput("convert-im6.q16 '" + file.string() +
+                                                "' -alpha extract -depth 8 pgm:-");
+    std::istringstream in(pgm);
+    std::string magic;
+    size_t width = 0, height = 0, maximum = 0;
+    in >> magic >> width >> height >> maximum;
+    in.get();
+    if (magic != "P5" || maximum != 255) return {};
+    std::vector<uint8_t> alpha(width * height);
+    in.read(reinterpret_cast<char*>(alpha.data()), std::streamsize(alpha.size()));
+    return in ? alpha : std::vector<uint8_t>{};
+}
+
+// A transparent colour read from a GIF (or from a palette PNG's tRNS) is
+// written by the formats that carry one, as ImageMagick reads the result; an
+// explicit save option names another index; a conversion to a format that
+// cannot carry it says that it drops it.
+TEST(GifTransparency, SurvivesConversionOrIsReportedDropped) {
+    if (std::system("command -v convert-im6.q16 >/dev/null") != 0)
+        GTEST_SKIP() << "ImageMagick is needed (scripts/setup.sh)";
+    test::TempDir dir;
+    // A 9x6 screen (background 0) with a 7x4 frame at (1,1) whose index 5 is
+    // transparent: the screen outside the frame is clear too.
+    constexpr uint32_t kWidth = 9, kHeight = 6, kClear = 5;
+    GifFileLayout layout;
+    layout.width = kWidth;
+    layout.height = kHeight;
+    layout.globalTable = test::rampTable(8);
+    GifFrameDesc frame = test::gifFrame(1, 1, 7, 4, test::noiseIndices(7, 4, 8, 3));
+    frame.indices[0] = frame.indices[9] = kClear;
+    frame.indices[1] = 2;
+    frame.disposal = 1;
+    frame.transparent = kClear;
+    layout.frames = {frame};
+    test::writeGifWithGiflib(dir / "t.gif", layout);
+    // Frame 2 brings its own table (so the canvas is 24 bits with alpha) and
+    // draws two opaque pixels of a 2x2 square at the corner.
+    GifFrameDesc corner = test::gifFrame(0, 0, 2, 2, {kClear, 1, 1, kClear});
+    corner.localTable = {rgb(9, 9, 9), rgb(200, 100, 50), rgb(1, 1, 1), rgb(2, 2, 2),
+                         rgb(3, 3, 3), rgb(4, 4, 4),      rgb(5, 5, 5), rgb(6, 6, 6)};
+    corner.disposal = 1;
+    corner.transparent = kClear;
+    layout.frames.push_back(corner);
+    test::writeGifWithGiflib(dir / "anim.gif", layout);
+    ASSERT_EQ(std::system(("convert-im6.q16 '" + (dir / "t.gif").string() + "' -coalesce PNG8:'" +
+                           (dir / "p.png").string() + "'")
+                              .c_str()),
+              0);
+
+    // The first frame's indices on the screen, and alpha where a pixel is not `clear`.
+    std::vector<uint8_t> screen(kWidth * kHeight, kClear);
+    for (uint32_t y = 0; y < 4; ++y)
+        for (uint32_t x = 0; x < 7; ++x)
+            screen[(y + 1) * kWidth + x + 1] = frame.indices[y * 7 + x];
+    auto opaqueUnless = [&](uint8_t clear) {
+        std::vector<uint8_t> alpha(screen.size());
+        for (size_t i = 0; i < screen.size(); ++i) alpha[i] = screen[i] == clear ? 0 : 255;
+        return alpha;
+    };
+    const std::vector<uint8_t> firstFrame = opaqueUnless(kClear);
+    std::vector<uint8_t> secondFrame = firstFrame;
+    secondFrame[1] = secondFrame[kWidth] = 255;
+    const std::vector<uint8_t> opaque(screen.size(), 255);
+
+    const struct {
+        const char* input;
+        const char* output;
+        std::vector<std::string> extra;
+        const std::vector<uint8_t>& alpha;
+        const char* warning;  // in what the conversion says; null: no loss of transparency
+    } cases[] = {
+        {"t.gif", "a.png", {}, firstFrame, nullptr},
+        {"t.gif", "b.gif", {}, firstFrame, nullptr},
+        {"t.gif", "c.ico", {"--set", "Windows Icon\\Size=0"}, firstFrame, nullptr},
+        {"p.png", "d.gif", {}, firstFrame, nullptr},
+        {"anim.gif", "e.png", {"--page", "2"}, secondFrame, nullptr},
+        {"anim.gif", "e.gif", {"--page", "2"}, secondFrame, nullptr},
+        {"t.gif",
+         "f.gif",
+         {"--set", "GIF\\Transparent=yes", "--set", "GIF\\Transparent Index=2"},
+         opaqueUnless(2),
+         nullptr},
+        {"t.gif", "g.bmp", {}, opaque, "transparency dropped: Windows Bitmap cannot store it"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.input) + " to " + c.output);
+        std::vector<std::string> args{"convert", (dir / c.input).string(),
+                                      (dir / c.output).string()};
+        args.insert(args.end(), c.extra.begin(), c.extra.end());
+        std::string err;
+        ASSERT_EQ(test::runVivark(args, nullptr, &err), 0) << err;
+        if (c.warning) {
+            EXPECT_NE(err.find(c.warning), std::string::npos) << err;
+        } else {
+            EXPECT_EQ(err.find("dropped"), std::string::npos) << err;
+        }
+        EXPECT_EQ(alphaByImageMagick(dir / c.output), c.alpha);
+    }
 }
 
 }  // namespace
