@@ -257,6 +257,38 @@ TEST(TiffReader, DirectoryChecksRaiseTheirErrorsAndDamagedEntriesEndTheWalkQuiet
               std::optional(TIFFERROR::DataIntegrity));
 }
 
+// Packed 24-bit LogLuv, which no tool writes: a 128 x 128 page whose pixels
+// name every 14-bit chroma index once (the cells of the gamut and the indices
+// past them), at luminances over the display range and some black, decoded
+// as libtiff's RGBA interface decodes it. Our cells come from the observer
+// data, not from libtiff; their centres agree to well within a cell.
+TEST(TiffReader, PackedLogLuvDecodesEveryChromaIndexAsLibtiffDoes) {
+    if (!test::haveTiffTools()) GTEST_SKIP() << "libtiff-tools, netpbm and ImageMagick are needed";
+    std::string strip;
+    for (uint32_t index = 0; index < 16384; ++index) {
+        const uint32_t logL = index % 61 == 0 ? 0 : 520 + index * 37 % 260;
+        const uint32_t value = logL << 14 | index;
+        strip += char(value >> 16), strip += char(value >> 8 & 0xFF), strip += char(value & 0xFF);
+    }
+    test::TempDir dir;
+    dir.write("packed.tif", buildTiff({{256, 3, 1, 128},
+                                       {257, 3, 1, 128},
+                                       {258, 3, 1, 16},
+                                       {259, 3, 1, 34677},
+                                       {262, 3, 1, 32845},
+                                       {277, 3, 1, 3},
+                                       {278, 3, 1, 128}},
+                                      strip));
+    Image ours;
+    const LoadResult loaded = loadFile(ours, (dir / "packed.tif").string(), ReadOptions{});
+    ASSERT_TRUE(loaded.completed) << messageText(loaded.message);
+    EXPECT_EQ(loaded.info.bitsPerPixel, 24u);
+    const test::Colours reference =
+        test::referenceDecode(dir / "packed.tif", test::Reference::Rgba);
+    ASSERT_GT(reference.width, 0u);
+    EXPECT_LE(test::worstDifference(reference, ours), 1);
+}
+
 // The two row coders no tool writes, on hand-coded strips of 4 x 2 pixels.
 TEST(TiffReader, NextAndThunderScanRowsDecode) {
     struct Case {
