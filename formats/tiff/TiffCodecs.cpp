@@ -35,7 +35,11 @@ std::unique_ptr<StreamDecoder> makeTiffDecoder(const TiffPageInfo& info, uint32_
             return std::make_unique<ThunderScanDecoder>(columns, rowBytes);
         case 34676:
         case 34677:
-            return std::make_unique<SgiLogDecoder>(columns, info.photometric == 32845);
+            // LogL pages code the same 16-bit runs under either compression;
+            // LogLuv under 34677 is the packed 24-bit form.
+            return std::make_unique<SgiLogDecoder>(
+                columns, info.photometric == 32845,
+                info.photometric == 32845 && info.compression == 34677);
         default:
             throw TIFFERROR::UnsupportedCompression;
     }

@@ -2,10 +2,12 @@
 // entries of the first directory. Width (256), length (257), bits per sample
 // (258, first value), samples per pixel (277) and orientation (274: the
 // transposing values 5 to 8 swap the reported width and height) give the
-// reported size and depth; compression (259) and the resolutions (282, 283,
-// rational only) are looked at by the reader, not here. The walk ends at an
-// unknown field type or at an entry whose data lie outside the file, as the
-// reader's directory walk does; width and length must be non-zero.
+// reported size and depth. Pages of the SGI log compressions (259: 34676,
+// 34677) report the 8-bit samples they decode to, not their stored log
+// values. The resolutions (282, 283, rational only) are looked at by the
+// reader, not here. The walk ends at an unknown field type or at an entry
+// whose data lie outside the file, as the reader's directory walk does;
+// width and length must be non-zero.
 #include <utility>
 
 #include "formats/IdentifySupport.h"
@@ -40,6 +42,7 @@ bool identifyTiff(InFile& file, FormatInfo* info) {
     file.seek(order.u32(header + 4));
     const uint32_t entryCount = order.read16(file);
     uint32_t width = 0, height = 0, bitsPerSample = 1, samplesPerPixel = 1, orientation = 1;
+    uint32_t compression = 1;
     for (uint32_t i = 0; i < entryCount && i < kMaxEntries; ++i) {
         uint8_t entry[12];
         file.read(entry, sizeof entry);
@@ -71,6 +74,9 @@ bool identifyTiff(InFile& file, FormatInfo* info) {
             case 258:
                 bitsPerSample = value;
                 break;
+            case 259:
+                compression = value;
+                break;
             case 274:
                 orientation = value;
                 break;
@@ -83,6 +89,7 @@ bool identifyTiff(InFile& file, FormatInfo* info) {
     }
     if (width == 0 || height == 0) return false;
     if (orientation >= 5 && orientation <= 8) std::swap(width, height);
+    if (compression == 34676 || compression == 34677) bitsPerSample = 8;
     const uint64_t bits = uint64_t{bitsPerSample} * samplesPerPixel;
     return accept(info, width, height, bits > 0xFFFFFFFFu ? 0xFFFFFFFFu : uint32_t(bits),
                   makeTag("TIFF"));

@@ -80,11 +80,6 @@ TiffSampleLayout tiffSampleLayout(const TiffPageInfo& info, bool bigEndian) {
     if (photometric == 32844 || photometric == 32845) {
         if (info.compression != 34676 && info.compression != 34677)
             throw TIFFERROR::UnsupportedCompression;
-        // The packed 24-bit LogLuv form codes chroma as an index into a
-        // table of the visible gamut that this reader does not carry; LogL
-        // pages code the same 16-bit runs under either compression.
-        if (photometric == 32845 && info.compression == 34677)
-            throw TIFFERROR::UnsupportedCompression;
         // The log decoder hands out 8-bit grey or RGB rows, chunky, whatever
         // the page says its samples are in the form its writer was given.
         l.bits = 8;

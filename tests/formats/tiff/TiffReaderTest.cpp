@@ -257,6 +257,49 @@ TEST(TiffReader, DirectoryChecksRaiseTheirErrorsAndDamagedEntriesEndTheWalkQuiet
               std::optional(TIFFERROR::DataIntegrity));
 }
 
+// Packed 24-bit LogLuv, which no tool writes: a 128 x 128 page whose pixels
+// name every 14-bit chroma index once (the cells of the gamut and the indices
+// past them), at luminances over the display range and some black, against
+// libtiff's RGBA interface. Our cells come from the observer data, not from
+// libtiff: the same cells, with centres up to a quarter of a cell apart at
+// the top of the gamut, where saturated greens put small channel values on
+// the steep foot of the display curve. So nearly every value is within one
+// level and none is far off.
+TEST(TiffReader, PackedLogLuvDecodesEveryChromaIndexAsLibtiffDoes) {
+    if (!test::haveTiffTools()) GTEST_SKIP() << "libtiff-tools, netpbm and ImageMagick are needed";
+    std::string strip;
+    for (uint32_t index = 0; index < 16384; ++index) {
+        const uint32_t logL = index % 61 == 0 ? 0 : 520 + index * 37 % 260;
+        const uint32_t value = logL << 14 | index;
+        strip += char(value >> 16), strip += char(value >> 8 & 0xFF), strip += char(value & 0xFF);
+    }
+    test::TempDir dir;
+    dir.write("packed.tif", buildTiff({{256, 3, 1, 128},
+                                       {257, 3, 1, 128},
+                                       {258, 3, 1, 16},
+                                       {259, 3, 1, 34677},
+                                       {262, 3, 1, 32845},
+                                       {277, 3, 1, 3},
+                                       {278, 3, 1, 128}},
+                                      strip));
+    Image ours;
+    const LoadResult loaded = loadFile(ours, (dir / "packed.tif").string(), ReadOptions{});
+    ASSERT_TRUE(loaded.completed) << messageText(loaded.message);
+    EXPECT_EQ(loaded.info.bitsPerPixel, 24u);
+    const test::Colours reference =
+        test::referenceDecode(dir / "packed.tif", test::Reference::Rgba);
+    ASSERT_GT(reference.width, 0u);
+    EXPECT_LE(test::worstDifference(reference, ours), 16);
+    size_t beyondOne = 0;
+    for (uint32_t y = 0; y < 128; ++y)
+        for (uint32_t x = 0; x < 128; ++x)
+            for (int shift : {0, 8, 16}) {
+                const int a = int(reference.pixels[size_t{y} * 128 + x] >> shift & 0xFF);
+                beyondOne += std::abs(a - int(test::colourAt(ours, x, y) >> shift & 0xFF)) > 1;
+            }
+    EXPECT_LT(beyondOne, 16384u * 3 / 1000);
+}
+
 // The two row coders no tool writes, on hand-coded strips of 4 x 2 pixels.
 TEST(TiffReader, NextAndThunderScanRowsDecode) {
     struct Case {
