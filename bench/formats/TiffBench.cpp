@@ -205,12 +205,14 @@ void BM_TiffDecodeLibtiff(benchmark::State& state) {
 // Encoding: every compression the writer offers, ours through writeTiff and
 // libtiff through TIFFWriteEncodedStrip, both to a file in the temp folder,
 // with the same rows per strip (8 KiB of rows, JPEG strips rounded up to 16
-// rows as ours are) and the same coding choices: predictor 2 for LZW, zlib
-// level 6 for Deflate (libtiff's default), JPEG quality 75 as YCbCr 2x2, and
-// K = 4 for two-dimensional Group 3 (libtiff takes it from a resolution
-// above 150 dpi). libtiff codes whole Deflate strips with libdeflate where
-// it is built with it (as Debian's is), whose output differs from zlib's;
-// "deflate-zlib" holds it to zlib, whose bytes ours match.
+// rows as ours are) and the same coding choices: predictor 2 for LZW, JPEG
+// quality 75 as YCbCr 2x2, and K = 4 for two-dimensional Group 3 (libtiff
+// takes it from a resolution above 150 dpi). Our writer always deflates at
+// level 9; libtiff is run at its default level 6 ("deflate") and at level 9
+// ("deflate-9"). libtiff codes whole Deflate strips with libdeflate where it
+// is built with it (as Debian's is), whose output differs from zlib's;
+// "deflate-zlib" holds it to zlib at level 6, "deflate-zlib-9" at level 9,
+// the bytes ours match.
 struct EncodeCase {
     const char* name;
     bool fax;
@@ -218,6 +220,7 @@ struct EncodeCase {
     uint16_t compression;  // libtiff's
     uint32_t group3Options;
     bool zlibOnly = false;
+    int zipQuality = 0;  // libtiff's default when 0
 };
 
 const EncodeCase kEncodeCases[] = {
@@ -226,6 +229,8 @@ const EncodeCase kEncodeCases[] = {
     {"lzw+predictor", false, {1, 2, 2}, COMPRESSION_LZW, 0},
     {"deflate", false, {1, 3, 1}, COMPRESSION_ADOBE_DEFLATE, 0},
     {"deflate-zlib", false, {1, 3, 1}, COMPRESSION_ADOBE_DEFLATE, 0, true},
+    {"deflate-9", false, {1, 3, 1}, COMPRESSION_ADOBE_DEFLATE, 0, false, 9},
+    {"deflate-zlib-9", false, {1, 3, 1}, COMPRESSION_ADOBE_DEFLATE, 0, true, 9},
     {"jpeg", false, {1, 4, 1}, COMPRESSION_JPEG, 0},
     {"group3-1d", true, {3, 1, 1}, COMPRESSION_CCITTFAX3, 0},
     {"group3-2d", true, {4, 1, 1}, COMPRESSION_CCITTFAX3, GROUP3OPT_2DENCODING},
@@ -295,6 +300,7 @@ void BM_TiffEncodeLibtiff(benchmark::State& state) {
         }
         if (c.compression == COMPRESSION_LZW) TIFFSetField(tif, TIFFTAG_PREDICTOR, 2);
         if (c.zlibOnly) TIFFSetField(tif, TIFFTAG_DEFLATE_SUBCODEC, DEFLATE_SUBCODEC_ZLIB);
+        if (c.zipQuality != 0) TIFFSetField(tif, TIFFTAG_ZIPQUALITY, c.zipQuality);
         TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
         for (uint32_t top = 0, s = 0; top < h; top += rowsPerStrip, ++s) {
             const uint32_t n = std::min(rowsPerStrip, h - top);
