@@ -9,9 +9,13 @@ namespace {
 
 using Lut = std::array<QRgb, 256>;
 
+// A palette image's transparent entry shows as clear (premultiplied 0), so
+// the view's background comes through where the file leaves pixels out, as
+// browsers show a GIF's transparent colour.
 Lut paletteLut(const Image& image) {
     Lut lut{};
     for (unsigned i = 0; i < lut.size(); ++i) lut[i] = 0xFF000000u | image.palette[i];
+    if (image.transparentIndex) lut[*image.transparentIndex] = 0;
     return lut;
 }
 
@@ -53,12 +57,18 @@ bool hasAlpha(const Image& image) {
            image.secondPlane.height() == image.height() && image.secondPlane.bitsPerPixel() == 8;
 }
 
+bool hasTransparentEntry(const Image& image) {
+    return image.bitsPerPixel() <= 8 && image.transparentIndex.has_value();
+}
+
 }  // namespace
 
 QImage makeDisplayImage(const Image& image) {
     if (image.plane.empty() || image.width() > 32767 * 8 || image.height() > 32767 * 8) return {};
     QImage target(static_cast<int>(image.width()), static_cast<int>(image.height()),
-                  hasAlpha(image) ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+                  hasAlpha(image) || hasTransparentEntry(image)
+                      ? QImage::Format_ARGB32_Premultiplied
+                      : QImage::Format_RGB32);
     if (!target.isNull()) target.fill(0xFF000000u);
     return target;
 }

@@ -78,6 +78,7 @@ class ViewerWindowTest : public QObject {
         for (const char* name : {"scene.png", "gradient.bmp", "palette.bmp", "grey.pgm"})
             QTest::newRow(name) << kExamples + QLatin1String(name);
         QTest::newRow("anim.gif") << kGood + QStringLiteral("anim.gif");
+        QTest::newRow("clear.gif") << kGood + QStringLiteral("clear.gif");
     }
 
     void rendersDecodedPixels() {
