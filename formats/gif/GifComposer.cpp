@@ -142,8 +142,9 @@ void GifComposer::drawFrame(const Frame& frame, const ReadOptions* progress) {
 void GifComposer::dispose(const Frame& frame) {
     const uint32_t width = canvas_.width(), height = canvas_.height();
     const uint32_t left = std::min(frame.left, width), top = std::min(frame.top, height);
+    // A frame wholly off the canvas covers nothing: no rows to save or restore.
     const uint32_t w = std::min(frame.width, width - left),
-                   h = std::min(frame.height, height - top);
+                   h = w == 0 ? 0 : std::min(frame.height, height - top);
     const size_t rowBytes = size_t{w} * bytesPerPixel_;
     if (frame.disposal == 2) {
         fillRect(left, top, w, h);
@@ -151,10 +152,10 @@ void GifComposer::dispose(const Frame& frame) {
         const bool alpha = canvas_.secondPlaneKind == SecondPlane::Alpha;
         for (uint32_t y = 0; y < h; ++y) {
             std::memcpy(canvas_.plane.mutableRow(top + y) + left * bytesPerPixel_,
-                        &saved_[y * rowBytes], rowBytes);
+                        saved_.data() + y * rowBytes, rowBytes);
             if (alpha)
                 std::memcpy(canvas_.secondPlane.mutableRow(top + y) + left,
-                            &savedAlpha_[size_t{y} * w], w);
+                            savedAlpha_.data() + size_t{y} * w, w);
         }
     }
 }
@@ -176,16 +177,16 @@ void GifComposer::composeTo(uint32_t page, const ReadOptions& options) {
                 const uint32_t left = std::min(frame.left, width);
                 const uint32_t top = std::min(frame.top, height);
                 const uint32_t w = std::min(frame.width, width - left);
-                const uint32_t h = std::min(frame.height, height - top);
+                const uint32_t h = w == 0 ? 0 : std::min(frame.height, height - top);
                 const size_t rowBytes = size_t{w} * bytesPerPixel_;
                 const bool alpha = canvas_.secondPlaneKind == SecondPlane::Alpha;
                 saved_.resize(rowBytes * h);
                 savedAlpha_.resize(alpha ? size_t{w} * h : 0);
                 for (uint32_t y = 0; y < h; ++y) {
-                    std::memcpy(&saved_[y * rowBytes],
+                    std::memcpy(saved_.data() + y * rowBytes,
                                 canvas_.plane.row(top + y) + left * bytesPerPixel_, rowBytes);
                     if (alpha)
-                        std::memcpy(&savedAlpha_[size_t{y} * w],
+                        std::memcpy(savedAlpha_.data() + size_t{y} * w,
                                     canvas_.secondPlane.row(top + y) + left, w);
                 }
             }
