@@ -58,6 +58,20 @@ const WriterEntry* findWriterByTag(FormatTag tag) {
     return nullptr;
 }
 
+std::string formatNameOf(FormatTag tag, FormatTag namedAs, const FormatEntry* family) {
+    if (family == nullptr) family = findFormatEntry(tag);
+    const FormatTag naming = namedAs != 0 ? namedAs : tag;
+    if (family == nullptr) {
+        const WriterEntry* writer = findWriterByTag(naming);
+        if (writer == nullptr) writer = findWriterByTag(tag);
+        return writer != nullptr ? std::string(writer->menuName) : tagText(tag);
+    }
+    if (family->writers.size() > 1)
+        for (const WriterEntry& writer : family->writers)
+            if (writer.formatTag == naming) return std::string(writer.menuName);
+    return family->name;
+}
+
 namespace {
 
 // A writer whose 24-bit form is optional takes 24 bits only when the user

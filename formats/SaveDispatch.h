@@ -27,6 +27,7 @@
 
 #include <filesystem>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "core/FormatTag.h"
@@ -45,6 +46,19 @@ std::span<const WriterEntry* const> writerTable();
 const WriterEntry* findWriterByName(std::string_view menuOrShortName);
 const WriterEntry* findWriterByExtension(std::string_view extension);  // "bmp" or ".bmp"
 const WriterEntry* findWriterByTag(FormatTag tag);
+
+struct FormatEntry;
+
+// The name users know a file's format by. A variant's tag names it more
+// closely than its family ("BMPW" is a Windows Bitmap): where the family
+// writes several formats, the writer of `namedAs` (the identify test's
+// FormatInfo::namedAs, where one tag is shared: "BMP " with a version 5
+// header is a Windows Bitmap too) or else of `tag` gives the name. A family
+// with one writer keeps its own name (TIFF's writer has the converter's
+// wording, not the format's). `family` is the entry that identified the
+// file, or null to look it up by `tag`; a tag no entry or writer knows is
+// shown as its four characters.
+std::string formatNameOf(FormatTag tag, FormatTag namedAs = 0, const FormatEntry* family = nullptr);
 
 // The image as the writer takes it: shared unchanged when it fits; palette
 // images widened or expanded to a depth the writer takes, black-and-white

@@ -25,6 +25,7 @@
 #include "app/cli/Report.h"
 #include "core/SystemError.h"
 #include "formats/Loader.h"
+#include "formats/SaveDispatch.h"
 
 namespace vivark::cli {
 namespace {
@@ -40,7 +41,7 @@ struct Described {
     MessageId message = msg::None;
     std::string reason;       // ": " and the system's reason of a failure, or empty
     bool identified = false;  // info holds what identification found
-    std::string_view formatName;
+    std::string formatName;
     FormatInfo info;
     std::vector<InfoItem> items;
     uint32_t pages = 1;  // pages or frames the file holds, as its reader says
@@ -116,19 +117,7 @@ Described describe(const std::string& path, bool check) {
     d.identified = result.format != nullptr;
     d.info = result.info;
     d.animation = image.animation;
-    // A variant's tag names it more closely than its family ("BMPW" is a
-    // Windows Bitmap): the writer of that exact tag gives the name, if any,
-    // or the writer the identify test names where the tag is shared ("BMP "
-    // with a version 5 header is a Windows Bitmap too). A family with one
-    // writer keeps its own name (TIFF's writer has the converter's wording,
-    // not the format's).
-    if (d.identified) {
-        d.formatName = result.format->name;
-        const FormatTag naming = d.info.namedAs != 0 ? d.info.namedAs : d.info.formatTag;
-        for (const WriterEntry& writer : result.format->writers)
-            if (writer.formatTag == naming && result.format->writers.size() > 1)
-                d.formatName = writer.menuName;
-    }
+    if (d.identified) d.formatName = formatNameOf(d.info.formatTag, d.info.namedAs, result.format);
     if (result.completed) {
         if (!image.plane.empty()) {
             d.info.width = image.width();

@@ -405,7 +405,7 @@ void MainWindow::onLoaded(const std::shared_ptr<LoadOutcome>& outcome) {
                            : QSize(int(outcome->image.width()), int(outcome->image.height()));
     if (!outcome->preview) {
         suppressDocumentChanged_ = true;
-        document_.setLoaded(outcome->image, outcome->request.path);
+        document_.setLoaded(outcome->image, outcome->request.path, outcome->info.namedAs);
         suppressDocumentChanged_ = false;
     } else {
         suppressDocumentChanged_ = true;

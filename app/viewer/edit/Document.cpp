@@ -5,9 +5,10 @@ namespace vivark::viewer {
 
 Document::Document(QObject* parent) : QObject(parent) {}
 
-void Document::setLoaded(const Image& image, const QString& path) {
+void Document::setLoaded(const Image& image, const QString& path, FormatTag namedAs) {
     image_ = image;
     path_ = path;
+    namedAs_ = namedAs;
     modified_ = false;
     undo_.clear();
     redo_.clear();

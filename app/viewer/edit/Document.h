@@ -21,11 +21,14 @@ class Document : public QObject {
     explicit Document(QObject* parent = nullptr);
 
     // A freshly loaded image: the history is cleared and the document is clean.
-    void setLoaded(const Image& image, const QString& path);
+    // `namedAs` is what identification named the file by where its tag is
+    // shared (FormatInfo::namedAs), for the information dialog.
+    void setLoaded(const Image& image, const QString& path, FormatTag namedAs = 0);
     void clear();
 
     const Image& image() const { return image_; }
     const QString& path() const { return path_; }
+    FormatTag namedAs() const { return namedAs_; }
     bool isEmpty() const;
     bool isModified() const { return modified_; }
 
@@ -53,6 +56,7 @@ class Document : public QObject {
     };
     Image image_;
     QString path_;
+    FormatTag namedAs_ = 0;
     bool modified_ = false;
     bool undoEnabled_ = true;
     std::vector<Step> undo_;

@@ -169,7 +169,7 @@ bool FileActions::saveTo(const QString& path, const WriterEntry& writer, QString
 
 void FileActions::showInformation() {
     if (document_->isEmpty()) return;
-    InfoDialog dialog(document_->image(), document_->path(), window_);
+    InfoDialog dialog(document_->image(), document_->path(), document_->namedAs(), window_);
     dialog.exec();
 }
 
@@ -193,8 +193,8 @@ void FileActions::transformJpeg(JpegTransformCode code) {
         return;
     }
     Image image;
-    if (loadFile(image, path.toStdString(), ReadOptions{}).completed)
-        document_->setLoaded(image, path);
+    const LoadResult reloaded = loadFile(image, path.toStdString(), ReadOptions{});
+    if (reloaded.completed) document_->setLoaded(image, path, reloaded.info.namedAs);
 }
 
 QStringList FileActions::recentFiles() const {

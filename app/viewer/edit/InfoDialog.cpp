@@ -16,12 +16,10 @@
 namespace vivark::viewer {
 namespace {
 
-QString formatName(FormatTag tag) {
+// Named as `vivark info` names the file.
+QString formatName(FormatTag tag, FormatTag namedAs) {
     if (tag == 0) return QObject::tr("(none)");
-    if (const FormatEntry* entry = findFormatEntry(tag)) return QString::fromUtf8(entry->name);
-    if (const WriterEntry* writer = findWriterByTag(tag))
-        return QString::fromUtf8(writer->menuName.data(), qsizetype(writer->menuName.size()));
-    return QString::fromStdString(tagText(tag));
+    return QString::fromStdString(formatNameOf(tag, namedAs));
 }
 
 QString resolutionText(const Resolution& r) {
@@ -40,10 +38,10 @@ QString resolutionText(const Resolution& r) {
 
 }  // namespace
 
-std::vector<InfoRow> informationRows(const Image& source, const QString& path) {
+std::vector<InfoRow> informationRows(const Image& source, const QString& path, FormatTag namedAs) {
     std::vector<InfoRow> rows;
     const QString image = QObject::tr("Image");
-    rows.push_back({image, QObject::tr("Format"), formatName(source.formatTag)});
+    rows.push_back({image, QObject::tr("Format"), formatName(source.formatTag, namedAs)});
     rows.push_back({image, QObject::tr("Size"),
                     QObject::tr("%1 x %2 pixels").arg(source.width()).arg(source.height())});
     rows.push_back(
@@ -88,7 +86,8 @@ std::vector<InfoRow> informationRows(const Image& source, const QString& path) {
     return rows;
 }
 
-InfoDialog::InfoDialog(const Image& image, const QString& path, QWidget* parent) : QDialog(parent) {
+InfoDialog::InfoDialog(const Image& image, const QString& path, FormatTag namedAs, QWidget* parent)
+    : QDialog(parent) {
     setWindowTitle(tr("Information"));
     auto* layout = new QVBoxLayout(this);
     auto* tree = new QTreeWidget;
@@ -96,7 +95,7 @@ InfoDialog::InfoDialog(const Image& image, const QString& path, QWidget* parent)
     tree->setColumnCount(2);
     tree->setHeaderLabels({tr("Item"), tr("Value")});
     QTreeWidgetItem* group = nullptr;
-    for (const InfoRow& row : informationRows(image, path)) {
+    for (const InfoRow& row : informationRows(image, path, namedAs)) {
         if (!group || group->text(0) != row.group) {
             group = new QTreeWidgetItem(tree, {row.group});
             group->setExpanded(true);

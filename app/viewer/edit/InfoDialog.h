@@ -17,13 +17,16 @@ struct InfoRow {
     QString value;
 };
 
-// The rows the dialog shows, in order.
-std::vector<InfoRow> informationRows(const Image& image, const QString& path);
+// The rows the dialog shows, in order. `namedAs` is what identification named
+// the file by where its format tag is shared (FormatInfo::namedAs), or 0.
+std::vector<InfoRow> informationRows(const Image& image, const QString& path,
+                                     FormatTag namedAs = 0);
 
 class InfoDialog : public QDialog {
     Q_OBJECT
   public:
-    InfoDialog(const Image& image, const QString& path, QWidget* parent = nullptr);
+    InfoDialog(const Image& image, const QString& path, FormatTag namedAs = 0,
+               QWidget* parent = nullptr);
 };
 
 }  // namespace vivark::viewer

@@ -158,6 +158,31 @@ class SaveAsTest : public QObject {
         QCOMPARE(rows["Exposure time"], QString("1/250"));
     }
 
+    void informationNamesTheFormat() {
+        // A tag shared by several writers is named by what identification
+        // says of the file: a version 5 header is a Windows bitmap though
+        // tagged "BMP ", as `vivark info` says.
+        const struct {
+            const char* file;
+            const char* name;
+        } rows[] = {
+            {"im-argb32.bmp", "Windows Bitmap"},
+            {"netpbm-win24.bmp", "Windows Bitmap"},
+            {"netpbm-os2-24.bmp", "OS/2 Bitmap"},
+        };
+        for (const auto& row : rows) {
+            const QString path = QStringLiteral(VIVARK_SOURCE_DIR "/tests/formats/bmp/good/") +
+                                 QString::fromLatin1(row.file);
+            Image image;
+            const LoadResult result = loadFile(image, path.toStdString(), ReadOptions{});
+            QVERIFY(result.completed);
+            std::map<QString, QString> shown;
+            for (const InfoRow& info : informationRows(image, path, result.info.namedAs))
+                shown[info.label] = info.value;
+            QCOMPARE(shown["Format"], QString::fromLatin1(row.name));
+        }
+    }
+
     void exifListSurvivesDamage() {
         // Loops, offsets past the end and truncated blocks give what can be
         // read and nothing more.
