@@ -67,8 +67,10 @@ GifComposer::GifComposer(InFile& file, const Screen& screen, const Limits& limit
         canvas_.secondPlaneKind = SecondPlane::Alpha;
     }
     if (bits == 8) {
+        // The file's own table size, so that a 4-colour GIF saves as one:
+        // writers size their tables by the palette count.
         for (uint32_t i = 0; i < 256; ++i) canvas_.palette[i] = first.table[i];
-        canvas_.paletteCount = 256;
+        canvas_.paletteCount = first.tableSize;
     }
     uint32_t widest = 0;
     for (const Frame& frame : screen.frames) widest = std::max(widest, frame.width);

@@ -46,6 +46,7 @@ struct Frame {
     uint32_t left, top, width, height;
     bool interlaced;
     bool localTable;
+    uint16_t tableSize;  // entries the file gives its table: 2 to 256
     uint8_t disposal;
     int32_t transparentIndex;  // -1: none
     int64_t dataOffset;        // the code size byte

@@ -85,6 +85,7 @@ void Walk::run(Image& image) {
         uint32_t localBits = 0;
         if (frame.localTable) localBits = readTable(file, d[8], frame.table);
         if (!frame.localTable && !screen_.hasGlobal) throw GIFERROR::NoColourMap;
+        frame.tableSize = static_cast<uint16_t>(1u << (frame.localTable ? localBits : globalBits));
         frame.dataOffset = file.tell();
         const uint8_t codeSize = file.readByte();
         if (codeSize < 2 || codeSize > 11) throw GIFERROR::BadLzwCodeSize;
@@ -177,7 +178,7 @@ class GifReader final : public ImageReader {
         image.secondPlaneKind = canvas.secondPlaneKind;
         if (canvas.bitsPerPixel() == 8) {
             image.palette = canvas.palette;
-            image.paletteCount = 256;
+            image.paletteCount = canvas.paletteCount;
         }
     }
 

@@ -13,6 +13,7 @@
 #include "formats/gif/GifComposer.h"
 #include "formats/gif/GifReader.h"
 #include "formats/gif/GifTestFiles.h"
+#include "formats/gif/GifWriter.h"
 #include "support/Commands.h"
 #include "support/ImageTestUtil.h"
 #include "support/Throws.h"
@@ -76,6 +77,11 @@ TEST(GifReader, IndicesAndPaletteMatchWhatGiflibWrote) {
             EXPECT_EQ(image.formatTag, makeTag("GIF "));
             for (uint32_t i = 0; i < c.colours; ++i)
                 EXPECT_EQ(image.palette[i], test::rampTable(c.colours)[i]);
+            // The file's table size survives, so GIF to GIF writes a table
+            // of the same size.
+            EXPECT_EQ(image.paletteCount, c.colours);
+            const std::string again = test::writeToBytes(image, writeGif, StoredSaveOptions{});
+            EXPECT_EQ(2u << (uint8_t(again[10]) & 7), c.colours);
             for (uint32_t y = 0; y < c.height; ++y)
                 for (uint32_t x = 0; x < c.width; ++x)
                     ASSERT_EQ(image.plane.row(y)[x], frame.indices[y * c.width + x])
