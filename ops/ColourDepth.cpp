@@ -17,9 +17,12 @@ inline unsigned lumaOf(const uint8_t* bgr) {
     return static_cast<unsigned>(std::min((y[0][bgr[0]] + y[1][bgr[1]] + y[2][bgr[2]]) >> 16, 255));
 }
 
-void keepSecondPlane(const Image& source, Image& result) {
+// The second plane goes over unchanged; a transparent index becomes alpha,
+// as the result's indices are new (Operation.h).
+void keepSecondPlane(const Image& source, Image& result, const Limits& limits) {
     result.secondPlane = source.secondPlane;
     result.secondPlaneKind = source.secondPlaneKind;
+    carryTransparencyAsAlpha(source, result, limits);
 }
 
 }  // namespace
@@ -30,7 +33,7 @@ OpResult toBlackAndWhite(const Image& image, const BlackWhite& p, ProgressCallba
     const uint32_t width = image.width(), height = image.height();
     Image result = resultLike(image, width, height, 1, limits);
     result.setGreyPalette(1);
-    keepSecondPlane(image, result);
+    keepSecondPlane(image, result, limits);
     SourceRows rows(image);
     std::vector<uint8_t> indices(width);
     for (uint32_t y = 0; y < height; ++y) {
@@ -47,7 +50,7 @@ OpResult toGreyscale(const Image& image, const Greyscale&, ProgressCallback* pro
     const uint32_t width = image.width(), height = image.height();
     Image result = resultLike(image, width, height, 8, limits);
     result.setGreyPalette();
-    keepSecondPlane(image, result);
+    keepSecondPlane(image, result, limits);
     SourceRows rows(image);
     for (uint32_t y = 0; y < height; ++y) {
         const uint8_t* bgr = rows.row(y);
@@ -67,7 +70,7 @@ OpResult toDeepColour(const Image& image, const DeepColour&, ProgressCallback* p
         return image;
     }
     Image result = resultLike(image, width, height, 24, limits);
-    keepSecondPlane(image, result);
+    keepSecondPlane(image, result, limits);
     SourceRows rows(image);
     for (uint32_t y = 0; y < height; ++y) {
         if (width != 0) std::memcpy(result.plane.mutableRow(y), rows.row(y), size_t{width} * 3);

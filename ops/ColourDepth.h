@@ -10,7 +10,8 @@
 //    returned as it is (sharing its pixels).
 //  - toIndexedColour: reduceColours (ColourReduce.h) with the palette type,
 //    dither type and colour count given, on a copy.
-// The second plane is kept by all four.
+// The second plane is kept by all four; the first three make a palette
+// image's transparent index an alpha plane (Operation.h).
 #pragma once
 
 #include <cstdint>

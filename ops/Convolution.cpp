@@ -140,6 +140,9 @@ OpResult convolve(const Image& image, const ConvolutionFilter& filter, ProgressC
     if (levels) result.setGreyPalette();
     result.secondPlane = image.secondPlane;
     result.secondPlaneKind = image.secondPlaneKind;
+    // The filtered colours have no index left to be transparent; the clear
+    // pixels are kept as alpha, unfiltered like any second plane.
+    carryTransparencyAsAlpha(image, result, limits);
     if (width == 0 || height == 0) return result;
 
     const uint32_t rx = filter.width / 2, ry = filter.height / 2;

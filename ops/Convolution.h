@@ -14,7 +14,7 @@
 // A 24-bit image is filtered per channel; an 8-bit image whose palette is
 // the 256 grey levels is filtered as one channel and stays grey; any other
 // indexed image is expanded to 24 bits first and the result is 24-bit. The
-// second plane is kept.
+// second plane is kept; a transparent index becomes an alpha plane.
 //
 // Grids are at most 9 × 9. The engine takes weights whose magnitudes sum to
 // below 2^23 and a divisor within ±2^24, so every sum fits in 32 bits and

@@ -2,7 +2,10 @@
 // and the result image built beside the source.
 #include "ops/Operation.h"
 
+#include <vector>
+
 #include "core/Errors.h"
+#include "core/RowOps.h"
 
 namespace vivark {
 
@@ -38,6 +41,26 @@ Image resultLike(const Image& source, uint32_t width, uint32_t height, uint32_t 
     result.secondPlane = PixelPlane{};
     result.secondPlaneKind = SecondPlane::None;
     return result;
+}
+
+bool transparencyByIndex(const Image& image) {
+    return image.hasPalette() && image.transparentIndex &&
+           image.secondPlaneKind == SecondPlane::None;
+}
+
+void carryTransparencyAsAlpha(const Image& source, Image& result, const Limits& limits) {
+    if (!transparencyByIndex(source)) return;
+    const uint32_t width = source.width(), height = source.height();
+    checkResultSize(width, height, 8, limits);
+    result.secondPlane = PixelPlane(width, height, 8, false);
+    result.secondPlaneKind = SecondPlane::Alpha;
+    const uint8_t clear = *source.transparentIndex;
+    std::vector<uint8_t> indices(width);
+    for (uint32_t y = 0; y < height; ++y) {
+        unpackIndices(source.plane.row(y), indices.data(), width, source.bitsPerPixel());
+        uint8_t* alpha = result.secondPlane.mutableRow(y);
+        for (uint32_t x = 0; x < width; ++x) alpha[x] = indices[x] == clear ? 0 : 255;
+    }
 }
 
 }  // namespace vivark

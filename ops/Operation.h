@@ -48,4 +48,15 @@ void checkResultSize(uint32_t width, uint32_t height, uint32_t bitsPerPixel, con
 Image resultLike(const Image& source, uint32_t width, uint32_t height, uint32_t bitsPerPixel,
                  const Limits& limits);
 
+// Whether `image` marks its transparent pixels by a palette index alone.
+bool transparencyByIndex(const Image& image);
+
+// For an operation that keeps the geometry but not the indices (a palette
+// image made 24-bit, or filtered): the source's transparent index becomes an
+// alpha plane of the result, 0 where the index was, 255 elsewhere, so the
+// clear pixels stay clear as they do in ImageMagick; an index cannot be
+// kept once the pixels are colours. Does nothing unless
+// transparencyByIndex(source). Checks the plane's size first.
+void carryTransparencyAsAlpha(const Image& source, Image& result, const Limits& limits);
+
 }  // namespace vivark

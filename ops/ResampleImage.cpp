@@ -30,7 +30,10 @@ uint8_t unpremultiply(uint8_t sample, uint8_t alpha) {
 ResampleFormat resampleFormatOf(const Image& image) {
     ResampleFormat format;
     format.grey = image.hasPalette() && image.isGrey();
-    format.alpha = hasAlphaPlane(image);
+    // A transparent index is resampled as alpha (0 at the index): the
+    // result's colours have no index, and its clear pixels stay clear with
+    // soft edges, as ImageMagick keeps them.
+    format.alpha = hasAlphaPlane(image) || transparencyByIndex(image);
     format.channels = (format.grey ? 1 : 3) + (format.alpha ? 1 : 0);
     return format;
 }
@@ -60,6 +63,7 @@ ResampleSource::ResampleSource(const Image& image, const ResampleFormat& format)
     buffer_.resize(stride * height);
     std::vector<uint8_t> indices(image.hasPalette() ? width : 0);
     const unsigned colour = format.grey ? 1 : 3;
+    const bool alphaPlane = hasAlphaPlane(image);
     for (uint32_t y = 0; y < height; ++y) {
         uint8_t* out = &buffer_[y * stride];
         const uint8_t* in = image.plane.row(y);
@@ -82,7 +86,14 @@ ResampleSource::ResampleSource(const Image& image, const ResampleFormat& format)
             }
         }
         if (format.alpha) {
-            const uint8_t* alpha = image.secondPlane.row(y);
+            const uint8_t* alpha = indices.data();
+            if (alphaPlane) {
+                alpha = image.secondPlane.row(y);
+            } else {
+                // The alpha of a transparent index, made in the index row.
+                const uint8_t clear = *image.transparentIndex;
+                for (uint32_t x = 0; x < width; ++x) indices[x] = indices[x] == clear ? 0 : 255;
+            }
             for (uint32_t x = 0; x < width; ++x) {
                 uint8_t* p = out + x * format.channels;
                 for (unsigned c = 0; c < colour; ++c) p[c] = premultiply(p[c], alpha[x]);

@@ -6,8 +6,10 @@
 // stays 8-bit grey with the 256-level ramp; every other image becomes 24-bit.
 // An alpha plane (secondPlane of kind Alpha, the image's size) travels with
 // the colour: samples are premultiplied by alpha before filtering and divided
-// back after, so transparent pixels lend no colour to their neighbours. Any
-// other second plane, and a transparent index, do not survive resampling.
+// back after, so transparent pixels lend no colour to their neighbours. A
+// palette image's transparent index travels the same way, as alpha 0 at the
+// index and 255 elsewhere (the result has no indices to keep it by). Any
+// other second plane does not survive resampling.
 //
 // Sizes of a result are checked against Limits before anything is allocated
 // (Operation.h): IMAGEERROR::TooLarge.

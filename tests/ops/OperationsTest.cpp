@@ -13,6 +13,8 @@
 #include "ops/Convolution.h"
 #include "ops/Crop.h"
 #include "ops/PaletteFile.h"
+#include "ops/Resize.h"
+#include "ops/Rotate.h"
 #include "ops/SetResolution.h"
 #include "support/ImageTestUtil.h"
 #include "support/Throws.h"
@@ -108,6 +110,59 @@ TEST(Operations, GreyAndBlackAndWhiteCarryTheirPalettes) {
     const OpResult black = toBlackAndWhite(photo, {256});
     EXPECT_EQ(test::colourAt(*white, 0, 0), 0xFFFFFFu);
     EXPECT_EQ(test::colourAt(*black, 3, 3), 0u);
+}
+
+// A palette image whose left half is its transparent index 1.
+Image halfClear(uint32_t bits, bool grey) {
+    Image image = test::patternImage(24, 16, bits);
+    if (grey) image.setGreyPalette(bits);
+    image.transparentIndex = 1;
+    std::vector<uint8_t> indices(24);
+    for (uint32_t y = 0; y < 16; ++y) {
+        for (uint32_t x = 0; x < 24; ++x)
+            indices[x] = x < 12 ? 1 : bits == 1 ? 0 : uint8_t(2 + (x + y) % ((1u << bits) - 2));
+        packIndices(indices.data(), image.plane.mutableRow(y), 24, bits);
+    }
+    return image;
+}
+
+// The alpha a result gives picture point (fx, fy), as fractions of its size.
+int alphaAt(const Image& image, double fx, double fy) {
+    const auto x = uint32_t(fx * image.width()), y = uint32_t(fy * image.height());
+    if (image.secondPlaneKind == SecondPlane::Alpha) return image.secondPlane.row(y)[x];
+    if (!image.transparentIndex || !image.hasPalette()) return -1;  // transparency dropped
+    std::vector<uint8_t> indices(image.width());
+    unpackIndices(image.plane.row(y), indices.data(), image.width(), image.bitsPerPixel());
+    return indices[x] == *image.transparentIndex ? 0 : 255;
+}
+
+TEST(Operations, DepthChangesKeepTheTransparentIndexAsAlpha) {
+    // Each operation that makes new pixels of a palette image: the clear
+    // half stays clear and the rest opaque.
+    const std::pair<const char*, Operation> changesDepth[] = {
+        {"filter", kOperations[2].second},
+        {"black and white", kOperations[3].second},
+        {"grey", kOperations[4].second},
+        {"deep colour", kOperations[5].second},
+        {"resize",
+         [](auto& i, auto p, auto& l) {
+             return resizeResampled(i, {37, 29, 0, 0}, p, l);
+         }},
+        {"rotate",
+         [](auto& i, auto p, auto& l) {
+             return rotateResampled(i, {10 << 16, 0, true}, p, l);
+         }},
+    };
+    for (const auto& [bits, grey] : {std::pair{8u, false}, {8u, true}, {4u, false}, {1u, false}}) {
+        const Image source = halfClear(bits, grey);
+        for (const auto& [name, run] : changesDepth) {
+            SCOPED_TRACE(testing::Message() << name << ", " << bits << (grey ? " grey" : ""));
+            const OpResult result = run(source, nullptr, Limits{});
+            ASSERT_TRUE(result);
+            EXPECT_EQ(alphaAt(*result, 0.2, 0.5), 0);
+            EXPECT_EQ(alphaAt(*result, 0.8, 0.5), 255);
+        }
+    }
 }
 
 TEST(Operations, DeepColourKeepsEveryColour) {
