@@ -36,7 +36,8 @@ std::string jsonQuoted(std::string_view text) {
 
 // The value after "\"name\":" in a line this file wrote: a string or a number.
 std::optional<std::string> field(std::string_view line, std::string_view name) {
-    const std::string key = "\"" + std::string(name) + "\":";
+    std::string key(1, '"');
+    key.append(name).append("\":");
     size_t at = line.find(key);
     if (at == std::string_view::npos) return std::nullopt;
     at += key.size();
@@ -141,7 +142,8 @@ bool Journal::append(const JournalRecord& record) {
             return false;
         }
     }
-    std::string text = (needsNewline_ ? "\n" : "") + journalLine(record) + "\n";
+    std::string text = needsNewline_ ? "\n" : "";
+    text.append(journalLine(record)).push_back('\n');
     needsNewline_ = false;
     const char* data = text.data();
     size_t left = text.size();

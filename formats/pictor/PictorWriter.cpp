@@ -154,7 +154,7 @@ void writePictor(const Image& image, OutFile& out, const SaveOptions& options,
             } else {
                 std::copy(row, row + rowBytes, line.begin());
                 if (depth == 1 && width % 8 != 0)
-                    line[rowBytes - 1] &= static_cast<uint8_t>(0xFF00u >> (width % 8));
+                    line[(width - 1) / 8] &= static_cast<uint8_t>(0xFF00u >> (width % 8));
                 blocks.put(line.data(), rowBytes);
             }
             if (progressCancelled(progress, p * height + r + 1, steps))

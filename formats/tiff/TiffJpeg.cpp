@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <initializer_list>
 
 #include "codecs/jpeg/JpegLibrary.h"
 #include "formats/tiff/TiffFormat.h"
@@ -23,6 +24,12 @@ struct TiffJpegDecoder::State {
 
 namespace {
 
+// Byte by byte: vector::insert of a short list into a just-cleared vector
+// draws a false overflow warning from GCC 12's optimiser.
+void put(std::vector<uint8_t>& out, std::initializer_list<uint8_t> bytes) {
+    for (uint8_t b : bytes) out.push_back(b);
+}
+
 void put16(std::vector<uint8_t>& out, uint32_t v) {
     out.push_back(uint8_t(v >> 8));
     out.push_back(uint8_t(v));
@@ -37,9 +44,9 @@ void assemble(const TiffPageInfo& info, std::span<const uint8_t> coded, uint32_t
         info.jpegAcTables.size() < n)
         throw TIFFERROR::UnsupportedJpeg;
     out.clear();
-    out.insert(out.end(), {0xFF, 0xD8});
+    put(out, {0xFF, 0xD8});
     for (uint32_t i = 0; i < n; ++i) {
-        out.insert(out.end(), {0xFF, 0xDB});
+        put(out, {0xFF, 0xDB});
         put16(out, 2 + 65);
         out.push_back(uint8_t(i));
         out.insert(out.end(), info.jpegQTables[i].begin(), info.jpegQTables[i].end());
@@ -47,17 +54,17 @@ void assemble(const TiffPageInfo& info, std::span<const uint8_t> coded, uint32_t
     for (uint32_t kind = 0; kind < 2; ++kind) {
         for (uint32_t i = 0; i < n; ++i) {
             const auto& table = kind == 0 ? info.jpegDcTables[i] : info.jpegAcTables[i];
-            out.insert(out.end(), {0xFF, 0xC4});
+            put(out, {0xFF, 0xC4});
             put16(out, uint32_t(2 + 1 + table.size()));
             out.push_back(uint8_t(kind << 4 | i));
             out.insert(out.end(), table.begin(), table.end());
         }
     }
     if (info.jpegRestartInterval != 0) {
-        out.insert(out.end(), {0xFF, 0xDD, 0x00, 0x04});
+        put(out, {0xFF, 0xDD, 0x00, 0x04});
         put16(out, info.jpegRestartInterval & 0xFFFF);
     }
-    out.insert(out.end(), {0xFF, 0xC0});
+    put(out, {0xFF, 0xC0});
     put16(out, 8 + 3 * n);
     out.push_back(8);
     put16(out, rows & 0xFFFF);
@@ -69,16 +76,16 @@ void assemble(const TiffPageInfo& info, std::span<const uint8_t> coded, uint32_t
         out.push_back(luma ? uint8_t(info.ycbcrSubH << 4 | info.ycbcrSubV) : 0x11);
         out.push_back(uint8_t(i));
     }
-    out.insert(out.end(), {0xFF, 0xDA});
+    put(out, {0xFF, 0xDA});
     put16(out, 6 + 2 * n);
     out.push_back(uint8_t(n));
     for (uint32_t i = 0; i < n; ++i) {
         out.push_back(uint8_t(i + 1));
         out.push_back(uint8_t(i << 4 | i));
     }
-    out.insert(out.end(), {0x00, 0x3F, 0x00});
+    put(out, {0x00, 0x3F, 0x00});
     out.insert(out.end(), coded.begin(), coded.end());
-    out.insert(out.end(), {0xFF, 0xD9});
+    put(out, {0xFF, 0xD9});
 }
 
 }  // namespace

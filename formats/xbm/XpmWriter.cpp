@@ -89,7 +89,7 @@ void writeXpm(const Image& image, OutFile& out, const SaveOptions& options,
     }
     for (uint32_t i = 0; i < ncolors; ++i) {
         const Colour c = image.palette[i];
-        line = "\"";
+        line.assign(1, '"');
         appendChars(line, i, charsPerPixel);
         if (formatOne) {
             line += "\", \"";
@@ -112,7 +112,7 @@ void writeXpm(const Image& image, OutFile& out, const SaveOptions& options,
 
     for (uint32_t y = 0; y < height; ++y) {
         unpackIndices(image.plane.row(y), indices.data(), width, bits);
-        line = "\"";
+        line.assign(1, '"');
         for (uint8_t i : indices) appendChars(line, i, charsPerPixel);
         line += y + 1 < height ? "\",\n" : "\"\n";
         writeText(out, line);
