@@ -184,10 +184,10 @@ TEST(ConvertCommand, ASignalStopsTheWorkAndLeavesNoFile) {
     }
     saveImage(big, dir / "big.bmp", *findWriterByName("bmp"), options);
     std::filesystem::create_directory(dir / "out");
-    const std::string command = "'" + std::string(VIVARK_TOOL) + "' convert '" +
-                                (dir / "big.bmp").string() + "' '" +
-                                (dir / "out/big.png").string() +
-                                "' 2>/dev/null & pid=$!; sleep 0.3; kill -TERM $pid; wait $pid";
+    const std::string command = test::shellQuoted(VIVARK_TOOL) + " convert " +
+                                test::shellQuoted((dir / "big.bmp").string()) + " " +
+                                test::shellQuoted((dir / "out/big.png").string()) +
+                                " 2>/dev/null & pid=$!; sleep 0.3; kill -TERM $pid; wait $pid";
     const int status = std::system(command.c_str());
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 1);
@@ -208,8 +208,9 @@ TEST(FormatsCommand, ListsEveryRegistryEntryAndWriter) {
         }
         for (const WriterEntry& writer : entry->writers) {
             EXPECT_NE(text.find(writer.menuName), std::string::npos) << writer.menuName;
-            EXPECT_NE(json.find("\"" + std::string(*writer.shortNames.begin()) + "\""),
-                      std::string::npos);
+            std::string quoted(1, '"');
+            quoted.append(*writer.shortNames.begin()).push_back('"');
+            EXPECT_NE(json.find(quoted), std::string::npos);
         }
     }
     EXPECT_NE(json.find("{\"tag\":\"GIF\",\"name\":\"Graphics Interchange Format\","

@@ -163,7 +163,8 @@ TEST(BatchCommandTest, KilledRunResumesWithEveryFileConvertedOnce) {
     test::TempDir dir;
     constexpr int kFiles = 16;
     for (int i = 0; i < kFiles; ++i)
-        writeBmp(dir / "in" / ("p" + std::to_string(100 + i) + ".bmp"), 300, 200);
+        writeBmp(dir / "in" / std::string(1, 'p').append(std::to_string(100 + i) + ".bmp"), 300,
+                 200);
     const fs::path journal = dir / "out/.vivark-journal.jsonl";
     const std::vector<std::string> args = {VIVARK_TOOL, "batch",  (dir / "in").string(),  "--to",
                                            "png",       "--out",  (dir / "out").string(), "--jobs",

@@ -268,7 +268,7 @@ std::string decoderCommand(const WriterEntry& writer, const std::filesystem::pat
         {"sgi", "sgitopnm"},   {"iff", "ilbmtoppm"},  {"img", "gemtopnm"},  {"rle", "rletopnm"}};
     const std::string ext = extensionOf(writer);
     const auto found = kNetpbm.find(ext);
-    const std::string quoted = "'" + file.string() + "'";
+    const std::string quoted = test::shellQuoted(file.string());
     // xwdtopnm gives colour-mapped dumps 16 bits a sample.
     // gemtopnm knows no XIMG palette; tests/formats/gem reads the planes of
     // our XIMG files through it.

@@ -19,11 +19,13 @@
 namespace vivark::test {
 
 inline int shell(const std::string& command) {
-    return std::system(("(" + command + ") >/dev/null 2>&1").c_str());
+    std::string line(1, '(');
+    line.append(command).append(") >/dev/null 2>&1");
+    return std::system(line.c_str());
 }
 
 inline std::string quoted(const std::filesystem::path& path) {
-    return "'" + path.string() + "'";
+    return shellQuoted(path.string());
 }
 
 // A PNG of some 20 KB: enough for uuenview to split into several parts.

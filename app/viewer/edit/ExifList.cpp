@@ -72,7 +72,7 @@ std::string nameOf(uint16_t tag, bool gps) {
 std::string valueOf(const Reader& r, uint32_t type, uint32_t count, uint64_t at) {
     static constexpr uint32_t kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8};
     const uint32_t size = type < 11 ? kSizes[type] : 0;
-    if (size == 0) return "(" + std::to_string(count) + " values)";
+    if (size == 0) return std::string(1, '(').append(std::to_string(count)).append(" values)");
     const uint64_t bytes = uint64_t{size} * count;
     const uint64_t where = bytes <= 4 ? at : r.u32(at);
     if (!r.has(where, bytes)) return "(damaged)";

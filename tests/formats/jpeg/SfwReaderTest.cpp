@@ -3,6 +3,8 @@
 // first), against libjpeg's decode of the original.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 
 #include "core/Errors.h"
@@ -27,9 +29,11 @@ uint8_t filmLabMarker(uint8_t code) {
 // `jpeg` (one scan) with the film lab's header and marker codes; the
 // Huffman table segments are dropped unless `keepHuffman`.
 JpegBytes sfwOf(const JpegBytes& jpeg, bool keepHuffman) {
-    JpegBytes out = {'S', 'F', 'W', '9', '4', 'A'};
-    out.resize(40, 0x11);
-    out.insert(out.end(), {0xFF, 0xC8});
+    JpegBytes out(40, 0x11);
+    const uint8_t signature[] = {'S', 'F', 'W', '9', '4', 'A'};
+    std::copy(std::begin(signature), std::end(signature), out.begin());
+    out.push_back(0xFF);
+    out.push_back(0xC8);
     size_t at = 2;
     for (;;) {
         const uint8_t code = jpeg[at + 1];

@@ -200,7 +200,7 @@ TEST(Pcd, LevelsAndRotationsDecodeAsThePeersDecodeThem) {
         std::string pack = c.level > PcdLevel::Base ? four : made;
         pack[kAttributes] = char((pack[kAttributes] & ~3) | c.rotation);
         const auto path = dir.write("case.pcd", pack);
-        const std::string quoted = "'" + path.string() + "'";
+        const std::string quoted = test::shellQuoted(path.string());
         const Image theirs =
             pillow ? decodeWith(
                          "/usr/bin/python3 -c \"import sys; from PIL import Image; "

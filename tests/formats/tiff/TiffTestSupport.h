@@ -50,10 +50,10 @@ inline bool parsePpm(const std::string& bytes, Colours& out) {
 enum class Reference { Netpbm, Rgba, ImageMagick };
 
 inline Colours referenceDecode(const std::filesystem::path& file, Reference reference) {
-    const std::string quoted = "'" + file.string() + "'";
+    const std::string quoted = test::shellQuoted(file.string());
     std::string command;
     if (reference == Reference::Rgba) {
-        const std::string converted = "'" + file.string() + ".rgba.tif'";
+        const std::string converted = test::shellQuoted(file.string() + ".rgba.tif");
         command = "tiff2rgba -c none " + quoted + " " + converted + " && tifftopnm " + converted;
     } else if (reference == Reference::ImageMagick) {
         command = "convert-im6.q16 " + quoted + "[0] -auto-orient -alpha off -depth 8 ppm:-";

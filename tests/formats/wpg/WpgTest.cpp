@@ -46,6 +46,7 @@ Bytes bitmap(uint8_t type, uint32_t width, uint32_t height, uint32_t depth, cons
     if (type == 20) body.fill(10);
     body.le16(width).le16(height).le16(depth).le16(75).le16(75).append(rle.data);
     Bytes r;
+    r.data.reserve(4 + body.data.size());  // one allocation: GCC 12 misreads the regrowth
     r.u8(type).u8(0xFF).le16(uint32_t(body.data.size())).append(body.data);
     return r;
 }

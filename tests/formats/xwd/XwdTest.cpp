@@ -110,7 +110,7 @@ TEST(Xwd, EveryLayoutDecodesAsThePeersDecodeIt) {
                                         << ", bit order " << l.bitOrder << ", unit " << l.unit);
         const std::string file = makeDump(l);
         const auto path = dir.write("layout.xwd", file);
-        const std::string quoted = "'" + path.string() + "'";
+        const std::string quoted = test::shellQuoted(path.string());
         const std::string reference = test::commandOutput(
             l.visualClass == 1 ? "xwdtopnm " + quoted + " 2>/dev/null"
                                : "convert-im6.q16 " + quoted + " ppm:- 2>/dev/null");
