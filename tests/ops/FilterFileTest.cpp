@@ -97,7 +97,7 @@ TEST(FilterFile, ReadBackGivesTheGridAndTheFilter) {
                                 {-1, 1, "0"},
                                 {0, 1, "0"},
                                 {1, 1, "3"}});
-    grid.divisor = "2";
+    grid.divisor = std::string("2");
     grid.bias = "-5";
     grid.absoluteValue = true;
     const std::string path = (dir / "My Edges.flt").string();

@@ -4,6 +4,8 @@
 // decoded files may be written under.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "formats/Loader.h"
 #include "formats/SampleBytes.h"
 #include "textimg/LoaderFallback.h"
@@ -100,11 +102,11 @@ std::string uuencoded(const std::vector<uint8_t>& bytes) {
 TEST(LoaderFallback, FindsImagesWithinTheLineLimitAndProbesThemLikeFiles) {
     textimg::installLoaderFallback();
     const std::vector<uint8_t> gif = test::gifSample();
-    std::vector<uint8_t> macBinary(128, 0);
+    std::vector<uint8_t> macBinary(128 + gif.size(), 0);
     macBinary[1] = 3;
-    macBinary.insert(macBinary.end(), gif.begin(), gif.end());
-    std::vector<uint8_t> embedded(300, 'x');
-    embedded.insert(embedded.end(), gif.begin(), gif.end());
+    std::copy(gif.begin(), gif.end(), macBinary.begin() + 128);
+    std::vector<uint8_t> embedded(300 + gif.size(), 'x');
+    std::copy(gif.begin(), gif.end(), embedded.begin() + 300);
     const auto lines = [](int n) {
         std::string text;
         for (int i = 0; i < n; ++i) text += "a line of text\n";
