@@ -426,7 +426,39 @@ bool ZipDecoder::decodeSymbolCarefully() {
     return false;
 }
 
+// The Huffman loop is a chain of table loads, each indexed by the
+// accumulator shifted by the previous entry's bit count. x86-64's plain
+// variable shift goes through the flags and the count register; BMI2's shift
+// does not, so where the processor has BMI2 the loop is run from a copy
+// compiled for it, chosen once at run time.
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#define VIVARK_INFLATE_BMI2 1
+#else
+#define VIVARK_INFLATE_BMI2 0
+#endif
+
 void ZipDecoder::inflateBlock(uint8_t* const limit) {
+#if VIVARK_INFLATE_BMI2
+    static const bool bmi2 = __builtin_cpu_supports("bmi2");
+    if (bmi2) {
+        inflateBlockBmi2(limit);
+        return;
+    }
+#endif
+    inflateLoop(limit);
+}
+
+#if VIVARK_INFLATE_BMI2
+__attribute__((target("bmi2"))) void ZipDecoder::inflateBlockBmi2(uint8_t* const limit) {
+    inflateLoop(limit);
+}
+#else
+void ZipDecoder::inflateBlockBmi2(uint8_t* const limit) {
+    inflateLoop(limit);
+}
+#endif
+
+inline __attribute__((always_inline)) void ZipDecoder::inflateLoop(uint8_t* const limit) {
     ByteSource& source = *source_;
     const CodeEntry* const literals = literals_;
     const CodeEntry* const distances = distances_;
@@ -476,13 +508,17 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
             entry = entryAt(literals, bits & LiteralTable::kMask);
         }
         if (entry.op() == CodeEntry::kLiteral) {
-            // A root literal takes at most 11 bits: five fit in one refill. A
-            // longer code waits for the next round.
-            static_assert(5 * LiteralTable::kRootBits <= 56, "five root literals per refill");
+            // A root literal takes at most 11 bits. A refill leaves 64 true
+            // stream bits in the accumulator, so after four literals at least
+            // 20 remain: enough to look up the next entry before refilling,
+            // which keeps the refill's load off the chain of table loads.
+            static_assert(4 * LiteralTable::kRootBits + LiteralTable::kRootBits <= 64,
+                          "the entry after four root literals is looked up from true bits");
             VIVARK_DROP(entry.bits());
             *out++ = static_cast<uint8_t>(entry.value());
-            if (limit - out >= 4) {
-                // Room for all four: no check of the limit between them.
+            bool pending = true;
+            if (limit - out >= 3) {
+                // Room for all three: no check of the limit between them.
                 do {
                     entry = entryAt(literals, bits & LiteralTable::kMask);
                     if (entry.op() != CodeEntry::kLiteral) break;
@@ -497,22 +533,19 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
                     VIVARK_DROP(entry.bits());
                     *out++ = static_cast<uint8_t>(entry.value());
                     entry = entryAt(literals, bits & LiteralTable::kMask);
-                    if (entry.op() != CodeEntry::kLiteral) break;
-                    VIVARK_DROP(entry.bits());
-                    *out++ = static_cast<uint8_t>(entry.value());
                 } while (false);
             } else {
-                for (int more = 4; more != 0 && out != limit; --more) {
+                for (int more = 3; more != 0 && out != limit; --more) {
                     entry = entryAt(literals, bits & LiteralTable::kMask);
                     if (entry.op() != CodeEntry::kLiteral) break;
                     VIVARK_DROP(entry.bits());
                     *out++ = static_cast<uint8_t>(entry.value());
                 }
+                pending = entry.op() != CodeEntry::kLiteral;
             }
-            // A run ended by another kind of code has looked it up from true
-            // stream bits (at most four literals were taken since the refill);
-            // a refill leaves the low bits as they are, so the entry stands.
-            if (entry.op() != CodeEntry::kLiteral && inEnd - in >= 8) {
+            // The pending entry was looked up from true stream bits; a refill
+            // leaves the low bits as they are, so it stands.
+            if (pending && inEnd - in >= 8) {
                 bits |= loadWord(in) << count;
                 in += (63 - count) >> 3;
                 count |= 56;
@@ -563,11 +596,13 @@ void ZipDecoder::inflateBlock(uint8_t* const limit) {
         }
         const uint32_t distance = entry.value() + lowBits(bits >> entry.bits(), entry.op());
         VIVARK_DROP(entry.bits() + entry.op());
+        // A match is decoded just after a refill and takes at most 48 bits,
+        // so the next entry can be looked up before the refill.
+        entry = entryAt(literals, bits & LiteralTable::kMask);
         if (inEnd - in >= 8) {
             bits |= loadWord(in) << count;
             in += (63 - count) >> 3;
             count |= 56;
-            entry = entryAt(literals, bits & LiteralTable::kMask);
             looked = true;
         }
         out = copyMatch(out, distance, length);

@@ -61,6 +61,8 @@ class ZipDecoder final : public StreamDecoder {
     void readBlockHeader();
     void readDynamicTables();
     void inflateBlock(uint8_t* limit);
+    void inflateBlockBmi2(uint8_t* limit);
+    void inflateLoop(uint8_t* limit);
     bool decodeSymbolCarefully();
     void copyStored(uint8_t* limit);
 
